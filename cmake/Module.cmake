@@ -1,0 +1,61 @@
+# The module. Its sources know the platform only by the header paths that a device has.
+
+set(CORVEX_MODULE_SOURCES
+  diag/capture_file.cpp
+  diag/debug_switches.cpp
+  diag/lock.cpp
+  diag/property_switch.cpp
+  direct/hdo.cpp
+  hal/arguments.cpp
+  hal/capability_lists.cpp
+  hal/channel_mask.cpp
+  hal/device_controls.cpp
+  hal/device_microphones.cpp
+  hal/device_open.cpp
+  hal/device_parameters.cpp
+  hal/in_open.cpp
+  hal/module_descriptor.cpp
+  hal/out_attributes.cpp
+  hal/out_backend.cpp
+  hal/out_direct_controls.cpp
+  hal/out_open.cpp
+  hal/out_parameters.cpp
+  hal/out_pcm_config.cpp
+  hal/out_position.cpp
+  hal/out_write.cpp
+  hal/stream_frame_size.cpp
+  hal/voice_input.cpp
+  pcm/hpo.cpp
+  pcm/published_pcm.cpp)
+list(TRANSFORM CORVEX_MODULE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+
+# corvex_module_objects(TARGET CAPTURE_DIR): the module's objects with their capture files in
+# CAPTURE_DIR, for a module or to be linked into a test.
+function(corvex_module_objects target capture_dir)
+  add_library(${target} OBJECT ${CORVEX_MODULE_SOURCES})
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${target} PUBLIC "CORVEX_CAPTURE_DIR=\"${capture_dir}\"")
+  target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
+  target_link_libraries(${target} PRIVATE corvex::warnings
+    PUBLIC corvex::hardware corvex::cutils corvex::annexk corvex::nano corvex::tinyalsa
+      android::log android::cutils)
+endfunction()
+
+# corvex_module(TARGET OBJECTS): audio.primary.corvex.so from such objects, every platform library
+# linked dynamically, so that the real one or a fake can take its place without a rebuild.
+function(corvex_module target objects)
+  add_library(${target} MODULE)
+  target_link_libraries(${target} PRIVATE ${objects})
+  set(map ${PROJECT_SOURCE_DIR}/hal/audio.primary.corvex.map)
+  target_link_options(${target} PRIVATE
+    -Wl,--version-script=${map} -Wl,-Bsymbolic-functions)
+  set_target_properties(${target} PROPERTIES
+    PREFIX "" OUTPUT_NAME audio.primary.corvex LINK_DEPENDS ${map})
+endfunction()
+
+corvex_module_objects(corvex_module_objects ${CORVEX_CAPTURE_DIR})
+corvex_module(audio_primary_corvex corvex_module_objects)
+set_target_properties(audio_primary_corvex PROPERTIES
+  LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/hw
+  INSTALL_RPATH "$ORIGIN/..;${ANDROID_LIBRARY_DIR}")
+install(TARGETS audio_primary_corvex LIBRARY DESTINATION ${CORVEX_LIB_DIR}/hw)

@@ -1,0 +1,25 @@
+# corvex::tinyalsa: an installed tinyalsa where there is one, else platform/libtinyalsa.
+
+find_package(PkgConfig QUIET)
+if(PKG_CONFIG_FOUND)
+  pkg_check_modules(TINYALSA QUIET IMPORTED_TARGET tinyalsa)
+endif()
+find_path(TINYALSA_INCLUDE_DIR NAMES tinyalsa/asoundlib.h)
+find_library(TINYALSA_LIBRARY NAMES tinyalsa)
+
+if(TARGET PkgConfig::TINYALSA)
+  message(STATUS "tinyalsa: installed (pkg-config ${TINYALSA_VERSION})")
+  add_library(corvex_tinyalsa INTERFACE)
+  target_link_libraries(corvex_tinyalsa INTERFACE PkgConfig::TINYALSA)
+  add_library(corvex::tinyalsa ALIAS corvex_tinyalsa)
+elseif(TINYALSA_INCLUDE_DIR AND TINYALSA_LIBRARY)
+  message(STATUS "tinyalsa: installed (${TINYALSA_LIBRARY})")
+  add_library(corvex_tinyalsa INTERFACE)
+  target_include_directories(corvex_tinyalsa SYSTEM INTERFACE "${TINYALSA_INCLUDE_DIR}")
+  target_link_libraries(corvex_tinyalsa INTERFACE "${TINYALSA_LIBRARY}")
+  add_library(corvex::tinyalsa ALIAS corvex_tinyalsa)
+else()
+  message(STATUS "tinyalsa: none installed, building platform/libtinyalsa")
+  add_subdirectory(${PROJECT_SOURCE_DIR}/platform/libtinyalsa
+    ${PROJECT_BINARY_DIR}/platform/libtinyalsa)
+endif()

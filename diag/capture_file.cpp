@@ -1,0 +1,55 @@
+#include "diag/capture_file.h"
+
+#include <android/log.h>
+
+#include "diag/property_switch.h"
+
+namespace {
+
+FILE* open_capture_file(const char* path, const capture_log& log) {
+    FILE* file = fopen(path, "wb");
+    if (file != nullptr) {
+        __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: enable save %s", log.operation, path);
+    } else {
+        __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: %s can not be created!", log.operation,
+                            path);
+    }
+    return file;
+}
+
+}  // namespace
+
+void update_capture_file(FILE** file, const capture_target& target,
+                         char (&value)[PROPERTY_VALUE_MAX], const capture_log& log) {
+    const bool enabled = read_property_switch(target.property, value);
+    __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: %s is %s", log.operation, target.property,
+                        value);
+    if (!enabled) {
+        __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: disable save %s", log.operation,
+                            target.path);
+        close_capture_file(file);
+        return;
+    }
+    if (*file == nullptr) {
+        *file = open_capture_file(target.path, log);
+    }
+}
+
+void append_to_capture_file(FILE* file, const void* data, size_t bytes, const capture_log& log) {
+    if (file == nullptr) {
+        return;
+    }
+    const size_t written = fwrite(data, 1, bytes, file);
+    if (written < bytes) {
+        __android_log_print(ANDROID_LOG_ERROR, log.tag,
+                            "%s: not save all data! expect=%d actual=%d", log.operation,
+                            static_cast<int>(bytes), static_cast<int>(written));
+    }
+}
+
+void close_capture_file(FILE** file) {
+    if (*file != nullptr) {
+        fclose(*file);
+        *file = nullptr;
+    }
+}

@@ -1,0 +1,39 @@
+// A mutex that lives in a zero-filled record, and the guard that locks it for a scope.
+//
+// A mutex that cannot be locked or unlocked is logged with the operation's name, and the operation
+// goes on: stopping a stream would be worse than what a broken mutex risks.
+//
+// Clang's thread-safety analysis reads the annotations; other compilers see nothing of them.
+#pragma once
+
+#include <pthread.h>
+
+#if defined(__clang__)
+#define HAL_THREAD_ANNOTATION(x) __attribute__((x))
+#else
+#define HAL_THREAD_ANNOTATION(x)
+#endif
+
+#define HAL_GUARDED_BY(mutex) HAL_THREAD_ANNOTATION(guarded_by(mutex))
+#define HAL_REQUIRES(mutex) HAL_THREAD_ANNOTATION(requires_capability(mutex))
+
+// An ordinary, non-recursive mutex. All bits zero is unlocked.
+struct HAL_THREAD_ANNOTATION(capability("mutex")) hal_mutex {
+    pthread_mutex_t native;
+};
+
+class HAL_THREAD_ANNOTATION(scoped_lockable) hal_lock {
+  public:
+    // Borrows the mutex for the scope. `tag` and `operation` stand in the line that a failure logs.
+    hal_lock(hal_mutex& mutex, const char* tag, const char* operation)
+        HAL_THREAD_ANNOTATION(acquire_capability(mutex));
+    ~hal_lock() HAL_THREAD_ANNOTATION(release_capability());
+
+    hal_lock(const hal_lock&) = delete;
+    hal_lock& operator=(const hal_lock&) = delete;
+
+  private:
+    hal_mutex& mutex_;
+    const char* tag_;
+    const char* operation_;
+};

@@ -1,0 +1,18 @@
+// Answers to capability queries, for output and input streams alike.
+//
+// Each writer looks for its key in a parsed query and, when the query holds it, adds the key to the
+// reply with the list's entries as text, also when that text is empty. A list ends at its first 0.
+#pragma once
+
+#include <stdint.h>
+
+#include <cutils/str_parms.h>
+
+// "sup_channels": names joined by "|"; masks without a name are left out. 1, or 0 without the key.
+int get_parameter_channels(struct str_parms* query, struct str_parms* reply, const uint32_t* list);
+
+// "sup_formats": the name of the first entry. 1, or 0 without the key or when the name did not fit.
+int get_parameter_formats(struct str_parms* query, struct str_parms* reply, const uint32_t* list);
+
+// "sup_sampling_rates": decimal numbers joined by "|". 1, or 0 without the key or without a rate.
+int get_parameter_rates(struct str_parms* query, struct str_parms* reply, const uint32_t* list);

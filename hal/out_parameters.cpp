@@ -1,0 +1,79 @@
+#include <errno.h>
+#include <string.h>
+
+#include "diag/debug_switches.h"
+#include "diag/log.h"
+#include "hal/arguments.h"
+#include "hal/capability_lists.h"
+#include "hal/out_operations.h"
+#include "hal/parsed_parameters.h"
+#include "records/stream_out.h"
+
+namespace {
+
+constexpr const char* log_tag = "audio_hal";
+
+// One writer a key, in the order in which they answer.
+struct capability_query {
+    const char* key;
+    int (*write)(struct str_parms* query, struct str_parms* reply, const uint32_t* list);
+    const uint32_t* (*list)(const hal_stream_out* out);
+};
+
+constexpr capability_query capability_queries[] = {
+    {AUDIO_PARAMETER_STREAM_SUP_CHANNELS, get_parameter_channels,
+     [](const hal_stream_out* out) -> const uint32_t* { return out->supported_channel_masks; }},
+    {AUDIO_PARAMETER_STREAM_SUP_FORMATS, get_parameter_formats,
+     [](const hal_stream_out* out) -> const uint32_t* { return out->supported_formats; }},
+    {AUDIO_PARAMETER_STREAM_SUP_SAMPLING_RATES, get_parameter_rates,
+     [](const hal_stream_out* out) -> const uint32_t* { return out->supported_sample_rates; }},
+};
+
+}  // namespace
+
+int out_set_parameters(struct audio_stream* stream, const char* kvpairs) {
+    HAL_LOGD("out_set_parameters kvpairs = %s", log_text(kvpairs));
+    if (any_null(__func__, {stream})) {
+        return -EINVAL;
+    }
+    const parsed_parameters request = parse_parameters(kvpairs);
+    if (request == nullptr) {
+        HAL_LOGE("%s: create param fail", __func__);
+        return -1;
+    }
+    char value[32];
+    if (str_parms_get_str(request.get(), AUDIO_PARAMETER_STREAM_SAMPLING_RATE, value,
+                          sizeof(value)) >= 0) {
+        // Known to the framework's routing, and nothing to apply: the card runs at one rate.
+        HAL_LOGD("%s: AUDIO_PARAMETER_STREAM_SAMPLING_RATE=%s", __func__, value);
+    }
+    return 0;
+}
+
+char* out_get_parameters(const struct audio_stream* stream, const char* keys) {
+    trace_call(log_tag, __func__);
+    if (any_null(__func__, {stream})) {
+        return strdup("");
+    }
+    const parsed_parameters query = parse_parameters(keys);
+    if (query == nullptr) {
+        HAL_LOGE("%s: create param fail", __func__);
+        return strdup("");
+    }
+    const parsed_parameters reply = empty_parameters();
+    if (reply == nullptr) {
+        HAL_LOGE("%s: create param fail", __func__);
+        return strdup("");
+    }
+    HAL_LOGV("out_get_parameters() enter: keys=%s", keys);
+
+    int status = 0;  // of the last key that was handled
+    for (const capability_query& each : capability_queries) {
+        if (str_parms_has_key(query.get(), each.key)) {
+            status = each.write(query.get(), reply.get(), each.list(to_hal_stream_out(stream)));
+        }
+    }
+    char* const result = status != 0 ? str_parms_to_str(reply.get()) : strdup("");
+    HAL_LOGD("out_get_parameters() exit: returns=%s", log_text(result));
+    return result;
+}

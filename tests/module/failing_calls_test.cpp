@@ -1,0 +1,93 @@
+// Every allocation and every bounds-checked fill failing in turn: the code, the line, nothing left
+// behind (the leak checker of the sanitizer build sees to the rest).
+
+#include <cerrno>
+
+#include "tests/support/module_fixture.h"
+
+namespace {
+
+class FailingCalls : public module_test {};
+
+}  // namespace
+
+TEST_F(FailingCalls, StreamOpeningFailsAtEachAllocationAndLeavesNothing) {
+    open_device();
+    std::string expected[2];
+    expected[0] = "adev_open_output_stream: malloc size(" + std::to_string(sizeof(hal_stream_out)) +
+                  ") failed";
+    expected[1] = "adev_open_output_stream: hpo_create failed (0xfffffff4)";
+    int failing = 1;
+    for (;; ++failing) {
+        reset_faults();
+        faults().failing_allocation = failing;
+        log.clear();
+        struct audio_stream_out* const stream = open_stream();
+        if (stream != nullptr) {
+            close_stream(stream);
+            break;
+        }
+        ASSERT_LE(failing, 2);
+        EXPECT_EQ(last_result, -ENOMEM);
+        EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal", expected[failing - 1]), 1);
+        EXPECT_EQ(log.count_containing("hpo_create: calloc size("), failing == 2 ? 1 : 0);
+        EXPECT_EQ(log.count_containing("return:out"), 0);
+    }
+    EXPECT_EQ(failing, 3);
+    EXPECT_EQ(log.count_containing("hpo_create"), 0);
+}
+
+TEST_F(FailingCalls, ParametersFailAtEachAllocationWithAText) {
+    struct audio_stream_out* const stream = open_stream(0, 48000, 3, 1);
+    struct audio_stream* const common = &stream->common;
+    for (const int failing : {1, 2}) {
+        reset_faults();
+        faults().failing_allocation = failing;
+        log.clear();
+        EXPECT_EQ(get_parameters(stream, "sup_channels"), "");
+        EXPECT_EQ(log.lines(), (std::vector<log_line>{{ANDROID_LOG_ERROR, "audio_hal",
+                                                       "out_get_parameters: create param fail"}}));
+        reset_faults();
+        faults().failing_allocation = failing;
+        log.clear();
+        char* const text = dev->get_parameters(dev, "hw_av_sync");
+        EXPECT_STREQ(text, "");
+        free(text);
+        EXPECT_EQ(
+            log.count(ANDROID_LOG_ERROR, "audio_hal", "adev_get_parameters: create param fail"), 1);
+    }
+    // The reply's text itself: there is nothing to answer with, and no crash.
+    reset_faults();
+    faults().failing_allocation = 3;
+    EXPECT_EQ(get_parameters(stream, "sup_channels"), "(null)");
+    reset_faults();
+    faults().failing_allocation = 3;
+    EXPECT_EQ(dev->get_parameters(dev, "x"), nullptr);
+    EXPECT_EQ(log.count("adev_get_parameters: returns NULL"), 1);
+
+    reset_faults();
+    faults().failing_allocation = 1;
+    EXPECT_EQ(common->set_parameters(common, "sampling_rate=1"), -1);
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal", "out_set_parameters: create param fail"),
+              1);
+    reset_faults();
+    close_stream(stream);
+}
+
+TEST_F(FailingCalls, AFailingFillIsLoggedAndTheStreamWorks) {
+    open_device();
+    faults().memset_s_result = 22;
+    struct audio_stream_out* const stream = open_stream(0, 48000, 3, 1);
+    ASSERT_NE(stream, nullptr);
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal",
+                        "adev_open_output_stream: memset_s out failed, ret(0x16)"),
+              1);
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal_hpo", "hpo_create: memset_s hpo failed"), 1);
+    EXPECT_EQ(stream->set_callback, nullptr);
+    EXPECT_EQ(stream->write(stream, audio(period_bytes).data(), period_bytes),
+              static_cast<ssize_t>(period_bytes));
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal_hpo", "hpo_open: memset_s value failed"), 1);
+    EXPECT_EQ(get_parameters(stream, "sup_sampling_rates"), "sup_sampling_rates=48000");
+    EXPECT_EQ(stream->common.standby(&stream->common), 0);
+    close_stream(stream);
+}

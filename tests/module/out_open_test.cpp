@@ -1,0 +1,208 @@
+#include <cerrno>
+#include <cstring>
+
+#include "tests/support/module_fixture.h"
+
+namespace {
+
+class OutOpen : public module_test {};
+
+constexpr unsigned direct = AUDIO_OUTPUT_FLAG_DIRECT;
+constexpr unsigned hwsync = AUDIO_OUTPUT_FLAG_DIRECT | AUDIO_OUTPUT_FLAG_HW_AV_SYNC;
+
+struct expected_config {
+    unsigned channels, rate, period_size, period_count;
+    unsigned long start_threshold, stop_threshold, avail_min;
+};
+
+}  // namespace
+
+TEST_F(OutOpen, ChoosesUsecaseConfigurationAndDefaults) {
+    const struct {
+        const char* name;
+        unsigned flags;
+        uint32_t rate, mask, format;
+        out_usecase usecase;
+        expected_config config;
+    } rows[] = {
+        {"all zero", 0, 0, 0, 0, USECASE_PRIMARY_PCM, {2, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
+        {"primary 44100",
+         AUDIO_OUTPUT_FLAG_PRIMARY,
+         44100,
+         0x3F,
+         1,
+         USECASE_PRIMARY_PCM,
+         {6, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
+        {"sync without direct",
+         AUDIO_OUTPUT_FLAG_HW_AV_SYNC,
+         48000,
+         3,
+         1,
+         USECASE_PRIMARY_PCM,
+         {2, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
+        {"no channels",
+         0,
+         48000,
+         0xC0000003,
+         5,
+         USECASE_PRIMARY_PCM,
+         {0, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
+        {"passthrough",
+         direct,
+         44100,
+         0x3,
+         AUDIO_FORMAT_AC3,
+         USECASE_DIRECT_PASSTHRU,
+         {2, 44100, 1024, 4, 0, 0, 0}},
+        {"passthrough, other flags",
+         direct | 0x30,
+         0,
+         0x63F,
+         AUDIO_FORMAT_E_AC3,
+         USECASE_DIRECT_PASSTHRU,
+         {8, 0, 1024, 4, 0, 0, 0}},
+        {"tunnel",
+         hwsync,
+         48000,
+         0x80000003,
+         1,
+         USECASE_DIRECT_HWSYNC,
+         {2, 48000, 1024, 4, 0, 0, 0}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        struct audio_stream_out* const stream =
+            open_stream(row.flags, row.rate, row.mask, row.format);
+        ASSERT_NE(stream, nullptr);
+        const hal_stream_out* const out = to_hal_stream_out(stream);
+        EXPECT_EQ(out->usecase, row.usecase);
+        EXPECT_EQ(out->config.channels, row.config.channels);
+        EXPECT_EQ(out->config.rate, row.config.rate);
+        EXPECT_EQ(out->config.period_size, row.config.period_size);
+        EXPECT_EQ(out->config.period_count, row.config.period_count);
+        EXPECT_EQ(out->config.format, PCM_FORMAT_S16_LE);
+        EXPECT_EQ(out->config.start_threshold, row.config.start_threshold);
+        EXPECT_EQ(out->config.stop_threshold, row.config.stop_threshold);
+        EXPECT_EQ(out->config.silence_threshold, 0U);
+        EXPECT_EQ(out->config.silence_size, 0U);
+        EXPECT_EQ(out->config.avail_min, row.config.avail_min);
+
+        EXPECT_EQ(out->sample_rate, row.rate != 0 ? row.rate : 48000);
+        EXPECT_EQ(out->channel_mask, row.mask != 0 ? row.mask : 0x3U);
+        EXPECT_EQ(out->format, row.format != 0 ? row.format : 1U);
+        EXPECT_EQ(out->flags, row.flags);
+        EXPECT_EQ(out->devices, static_cast<uint32_t>(AUDIO_DEVICE_OUT_SPEAKER));
+        EXPECT_EQ(out->dev, to_hal_device(dev));
+        const uint32_t lists[] = {out->supported_channel_masks[0], out->supported_formats[0],
+                                  out->supported_sample_rates[0],  out->supported_channel_masks[1],
+                                  out->supported_formats[1],       out->supported_sample_rates[1]};
+        const uint32_t expected_lists[] = {row.mask, row.format, row.rate, 0, 0, 0};
+        EXPECT_EQ(memcmp(lists, expected_lists, sizeof(lists)), 0);
+
+        const bool is_direct_row = row.usecase != USECASE_PRIMARY_PCM;
+        EXPECT_EQ(out->hdo != nullptr, is_direct_row);
+        EXPECT_EQ(out->hpo != nullptr, !is_direct_row);
+        close_stream(stream);
+    }
+    EXPECT_TRUE(tinyalsa().opens.empty());
+}
+
+TEST_F(OutOpen, InstallsTheOperationsOfTheUsecase) {
+    for (const unsigned flags : {0U, direct, hwsync}) {
+        struct audio_stream_out* const stream = open_stream(flags);
+        const bool is_direct_row = flags != 0;
+        // Every slot of the table, in its order: 1 for an operation, 0 for null.
+        const struct audio_stream& common = stream->common;
+        const std::vector<int> slots = {common.get_sample_rate != nullptr,
+                                        common.set_sample_rate != nullptr,
+                                        common.get_buffer_size != nullptr,
+                                        common.get_channels != nullptr,
+                                        common.get_format != nullptr,
+                                        common.set_format != nullptr,
+                                        common.standby != nullptr,
+                                        common.dump != nullptr,
+                                        common.get_device != nullptr,
+                                        common.set_device != nullptr,
+                                        common.set_parameters != nullptr,
+                                        common.get_parameters != nullptr,
+                                        common.add_audio_effect != nullptr,
+                                        common.remove_audio_effect != nullptr,
+                                        stream->get_latency != nullptr,
+                                        stream->set_volume != nullptr,
+                                        stream->write != nullptr,
+                                        stream->get_render_position != nullptr,
+                                        stream->get_next_write_timestamp != nullptr,
+                                        stream->set_callback != nullptr,
+                                        stream->pause != nullptr,
+                                        stream->resume != nullptr,
+                                        stream->drain != nullptr,
+                                        stream->flush != nullptr,
+                                        stream->get_presentation_position != nullptr,
+                                        stream->start != nullptr,
+                                        stream->stop != nullptr,
+                                        stream->create_mmap_buffer != nullptr,
+                                        stream->get_mmap_position != nullptr,
+                                        stream->update_source_metadata != nullptr};
+        const int d = is_direct_row ? 1 : 0;
+        EXPECT_EQ(slots, (std::vector<int>{1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 1, 1, 1, 1, 1,
+                                           1, 1, 1, 1, d, d, d, d, d, 1, 0, 0, 0, 0, 0}));
+        close_stream(stream);
+    }
+}
+
+TEST_F(OutOpen, LogsTheRequestAndTheStream) {
+    open_device();
+    log.clear();
+    struct audio_stream_out* const stream = open_stream(AUDIO_OUTPUT_FLAG_PRIMARY, 44100);
+    char returned[256];
+    snprintf(returned, sizeof(returned),
+             "adev_open_output_stream: return:out(%p) devices(0x2) sample_rate(44100) "
+             "channel_mask(0) flags(0x2) audioformat(0x0) usecase(0x0)",
+             static_cast<void*>(stream));
+    const std::vector<log_line> lines = log.lines();
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_EQ(lines[0].text,
+              "get_platform_property: LOG DataPath(0) Pts(0) XrunCheck(0) FuncTrace(0)\n");
+    EXPECT_EQ(lines[1],
+              (log_line{ANDROID_LOG_DEBUG, "audio_hal",
+                        "adev_open_output_stream: enter: devices(0x2) sample_rate(44100) "
+                        "channel_mask(0) flags(0x2) audioformat(0x0) address(NULL VALUE) "}));
+    EXPECT_EQ(lines[2], (log_line{ANDROID_LOG_DEBUG, "audio_hal", returned}));
+
+    log.clear();
+    char closed[64];
+    snprintf(closed, sizeof(closed), "adev_close_output_stream: out(%p)",
+             static_cast<void*>(stream));
+    close_stream(stream);
+    EXPECT_EQ(log.lines()[0], (log_line{ANDROID_LOG_DEBUG, "audio_hal", closed}));
+
+    struct audio_config config = {};
+    struct audio_stream_out* second = nullptr;
+    dev->open_output_stream(dev, 1, 0, AUDIO_OUTPUT_FLAG_NONE, &config, &second, "bus0");
+    EXPECT_EQ(log.count_containing("address(bus0) "), 1);
+    close_stream(second);
+}
+
+TEST_F(OutOpen, PassesTheDirectBackEndsRefusalOn) {
+    direct_output().create_result = -12;
+    EXPECT_EQ(open_stream(direct), nullptr);
+    EXPECT_EQ(last_result, -12);
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal",
+                        "adev_open_output_stream: hdo_create failed (0xfffffff4)"),
+              1);
+}
+
+TEST_F(OutOpen, CloseReleasesAnActiveStreamWithoutStandby) {
+    struct audio_stream_out* const pcm = open_stream();
+    pcm->write(pcm, audio(period_bytes).data(), period_bytes);
+    EXPECT_EQ(tinyalsa().open_handles, 1);
+    log.clear();
+    close_stream(pcm);
+    EXPECT_EQ(tinyalsa().open_handles, 0);
+    EXPECT_EQ(log.count_containing("hpo_close"), 0);
+    EXPECT_EQ(log.count_containing("hpo_destroy: hpo("), 1);
+
+    struct audio_stream_out* const tunnel = open_stream(hwsync);
+    close_stream(tunnel);
+    EXPECT_EQ(direct_output().calls, (std::vector<std::string>{"init", "create", "destroy"}));
+}

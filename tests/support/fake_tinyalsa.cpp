@@ -1,0 +1,102 @@
+#include "tests/support/fake_tinyalsa.h"
+
+#include <memory>
+
+namespace {
+
+std::unique_ptr<fake_tinyalsa> current;
+std::mutex records_mutex;
+
+}  // namespace
+
+fake_tinyalsa& tinyalsa() {
+    return *current;
+}
+
+void reset_tinyalsa() {
+    current = std::make_unique<fake_tinyalsa>();
+}
+
+// Closed handles are kept and marked, so that a use after close is seen and not just undefined.
+struct pcm {
+    std::atomic<bool> open{true};
+    bool ready = true;
+    std::string error;
+};
+
+namespace {
+
+std::vector<std::unique_ptr<struct pcm>> all_handles;
+
+bool check_open(const struct pcm* pcm) {
+    if (pcm == nullptr || !pcm->open) {
+        ++tinyalsa().uses_after_close;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+struct pcm* pcm_open(unsigned card, unsigned device, unsigned flags,
+                     const struct pcm_config* config) {
+    fake_tinyalsa& fake = tinyalsa();
+    if (fake.in_open) {
+        fake.in_open();
+    }
+    const std::lock_guard<std::mutex> lock(records_mutex);
+    fake.opens.push_back({card, device, flags, *config});
+    if (fake.no_handle) {
+        return nullptr;
+    }
+    all_handles.push_back(std::make_unique<struct pcm>());
+    struct pcm* const pcm = all_handles.back().get();
+    pcm->ready = fake.not_ready.empty();
+    pcm->error = fake.not_ready;
+    ++fake.open_handles;
+    return pcm;
+}
+
+int pcm_close(struct pcm* pcm) {
+    if (!check_open(pcm)) {
+        return -1;
+    }
+    pcm->open = false;
+    --tinyalsa().open_handles;
+    return 0;
+}
+
+int pcm_is_ready(const struct pcm* pcm) {
+    return check_open(pcm) && pcm->ready ? 1 : 0;
+}
+
+const char* pcm_get_error(const struct pcm* pcm) {
+    check_open(pcm);
+    return pcm->error.c_str();
+}
+
+int pcm_write(struct pcm* pcm, const void* data, unsigned bytes) {
+    check_open(pcm);
+    fake_tinyalsa& fake = tinyalsa();
+    const std::lock_guard<std::mutex> lock(records_mutex);
+    const auto* const first = static_cast<const unsigned char*>(data);
+    fake.played.insert(fake.played.end(), first, first + bytes);
+    ++fake.writes;
+    return fake.write_result;
+}
+
+int pcm_get_htimestamp(struct pcm* pcm, unsigned* avail, struct timespec* timestamp) {
+    check_open(pcm);
+    fake_tinyalsa& fake = tinyalsa();
+    if (fake.in_htimestamp) {
+        fake.in_htimestamp();
+    }
+    *avail = fake.avail;
+    *timestamp = {12345, 6789};
+    check_open(pcm);
+    return fake.htimestamp_result;
+}
+
+}  // extern "C"

@@ -1,0 +1,48 @@
+// The module, driven through its descriptor as the audio server drives it, over fakes at its
+// borders.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <string>
+
+#include <hardware/audio.h>
+#include <hardware/hardware.h>
+
+#include "records/device.h"
+#include "records/stream_out.h"
+#include "tests/support/fake_hdo.h"
+#include "tests/support/fake_tinyalsa.h"
+#include "tests/support/faults.h"
+#include "tests/support/log_recorder.h"
+#include "tests/support/scratch_dir.h"
+
+extern "C" struct hw_module_t HAL_MODULE_INFO_SYM;
+
+// Direct output is available unless a test says otherwise before it opens the device.
+class module_test : public ::testing::Test {
+  protected:
+    module_test();
+    ~module_test() override;
+
+    // Opens of the device are closed again at the end of the test.
+    struct audio_hw_device* open_device();
+    void close_device(struct audio_hw_device* device);
+
+    // An open stream or null, with the result in last_result.
+    struct audio_stream_out* open_stream(unsigned flags = AUDIO_OUTPUT_FLAG_PRIMARY,
+                                         uint32_t rate = 0, uint32_t mask = 0, uint32_t format = 0);
+    void close_stream(struct audio_stream_out* stream);
+
+    std::string get_parameters(const struct audio_stream_out* stream, const char* keys);
+
+    scratch_dir scratch;
+    log_recorder log;
+    struct audio_hw_device* dev = nullptr;
+    int last_result = 0;
+    int opens = 0;
+};
+
+constexpr size_t period_bytes = 1920;  // 480 frames, stereo, 16-bit
+
+// Samples that differ from each other and from period to period.
+std::string audio(size_t bytes, unsigned seed = 1);

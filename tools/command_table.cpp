@@ -1,0 +1,34 @@
+#include "tools/command.h"
+
+const std::vector<command_entry>& command_table() {
+    static const std::vector<command_entry> table = {
+        {"play", "Play an audio file through the primary output",
+         "The stream is 16-bit at 48000 Hz. A file that already is 48000 Hz, 16-bit and of the\n"
+         "stream's channels passes bit for bit; anything else is converted. More channels are\n"
+         "folded with the centre and the surrounds at -3 dB and the LFE left out, scaled so\n"
+         "that nothing clips. A WAV sink holds exactly the frames of the file.\n\n"
+         "Ctrl-C or SIGTERM ends playing in order, with status 130; a second one kills.\n\n"
+         "Examples:\n"
+         "  corvex-hal play song.flac\n"
+         "  corvex-hal play song.flac --device out.wav\n"
+         "  corvex-hal play movie.wav --channels 6 --device plughw:1\n"
+         "  corvex-hal play song.flac -v --prop persist.audiohal.log.all=true\n",
+         make_play},
+        {"info", "Show the module, its device and what its streams accept",
+         "Streams are opened and closed again; nothing is played.\n\n"
+         "Examples:\n"
+         "  corvex-hal info\n"
+         "  corvex-hal info --module build/dev/lib/hw/audio.primary.corvex.so\n",
+         make_info},
+        {"getprop", "Print one property or all of them",
+         "A property that is not set prints as an empty line.\n", make_getprop},
+        {"setprop", "Set a property in the property file",
+         "Modules that run now see the change. The file is $CORVEX_PROPERTY_FILE, else\n"
+         "corvex/properties in $XDG_CONFIG_HOME or ~/.config. A value that begins with '-'\n"
+         "goes behind '--'.\n\n"
+         "Example:\n"
+         "  corvex-hal setprop persist.audiohal.file.pcm true\n",
+         make_setprop},
+    };
+    return table;
+}

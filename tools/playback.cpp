@@ -1,0 +1,218 @@
+#include "tools/playback.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include "tools/tool_error.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr size_t max_buffer_bytes = 16U << 20;
+
+constexpr milliseconds poll_every(2);
+// A card whose position has not moved for its latency and this long has stopped.
+constexpr milliseconds standstill_margin(200);
+// However slowly the position moves, the end is not awaited longer than the latency and this.
+constexpr milliseconds play_out_margin(2000);
+
+// So many writes beyond the latency, and a card that plays has presented something.
+constexpr uint64_t silent_writes_allowed = 8;
+
+// Error lines of the module which say that data did not reach the card, and the text before the
+// reason they carry.
+struct fatal_line {
+    const char* part;
+    bool has_reason;  // the text behind `part` says why
+    const char* meaning;
+};
+constexpr std::array<fatal_line, 3> fatal_lines = {{
+    {"pcm_open() failed:", true, "the module could not open the card"},
+    {"hpo_open failed", false, "the module could not open the card"},
+    {"byte written failed", false, "the card stopped taking data"},
+}};
+
+}  // namespace
+
+playback::playback(hal_output_stream& stream, pcm_source& source, log_lines& log,
+                   const interrupt_guard& interrupt, progress_line& progress, bool may_add_silence)
+    : stream_(stream),
+      source_(source),
+      log_(log),
+      interrupt_(interrupt),
+      progress_(progress),
+      may_add_silence_(may_add_silence),
+      rate_hz_(stream.sample_rate_hz()),
+      latency_ms_(stream.latency_ms()),
+      latency_frames_(uint64_t{latency_ms_} * rate_hz_ / 1000),
+      frame_bytes_(source.out_channels() * sizeof(int16_t)),
+      frames_total_(source.frames_expected()) {}
+
+playback_report playback::run() {
+    const size_t buffer_bytes = stream_.buffer_bytes();
+    buffer_frames_ = buffer_bytes / frame_bytes_;
+    if (buffer_frames_ == 0 || buffer_bytes > max_buffer_bytes) {
+        throw tool_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
+                         " bytes, which cannot be right; see the module's log with -vv");
+    }
+    report_.write_bytes = buffer_frames_ * frame_bytes_;
+
+    std::vector<int16_t> buffer(buffer_frames_ * source_.out_channels());
+    while (!interrupt_.requested()) {
+        const size_t frames = source_.read(buffer.data(), buffer_frames_);
+        if (frames == 0) {
+            play_out();
+            return report_;
+        }
+        if (!write_all(reinterpret_cast<const char*>(buffer.data()), frames * frame_bytes_)) {
+            return report_;
+        }
+        report_.frames_written += frames;
+        take_position();
+        if (presents_nothing()) {
+            report_.failure = "the module took " + std::to_string(report_.frames_written) +
+                              " frames, but its presentation position stays 0; see its log "
+                              "with -v";
+            return report_;
+        }
+        progress_.show(report_.presented_frames.value_or(report_.frames_written), frames_total_,
+                       rate_hz_, latency_ms_);
+    }
+    report_.interrupted = true;
+    return report_;
+}
+
+bool playback::write_all(const char* data, size_t bytes) {
+    size_t written = 0;
+    while (written < bytes) {
+        const ssize_t result = stream_.write(data + written, bytes - written);
+        ++report_.writes;
+        if (card_failed()) {
+            return false;
+        }
+        if (result <= 0 || static_cast<size_t>(result) > bytes - written) {
+            report_.failure = "the module's write answered " +
+                              status_text(static_cast<int>(result)) + " for " +
+                              std::to_string(bytes - written) + " bytes; see its log with -v";
+            return false;
+        }
+        written += static_cast<size_t>(result);
+    }
+    return true;
+}
+
+// True when the module has logged that data is not reaching the card. The line that carries the
+// reason comes first in the table and is preferred.
+bool playback::card_failed() {
+    const std::vector<log_line> problems = log_.problems();
+    for (const fatal_line& fatal : fatal_lines) {
+        for (const log_line& line : problems) {
+            const size_t at = line.text.find(fatal.part);
+            if (at == std::string::npos) {
+                continue;
+            }
+            const std::string reason = fatal.has_reason
+                                           ? line.text.substr(at + std::string(fatal.part).size())
+                                           : " " + line.text;
+            report_.failure =
+                std::string(fatal.meaning) + ":" + reason + "; choose another sink with --device";
+            return true;
+        }
+    }
+    return false;
+}
+
+void playback::take_position() {
+    const std::optional<uint64_t> position = stream_.presented_frames();
+    if (!position) {
+        return;
+    }
+    // Never backwards: a card that has run dry answers 0. Never beyond our own frames: silence
+    // that was added is not ours.
+    const uint64_t own = std::min(*position, report_.frames_written);
+    report_.presented_frames = std::max(report_.presented_frames.value_or(0), own);
+}
+
+bool playback::presents_nothing() const {
+    const uint64_t patience_frames = latency_frames_ + silent_writes_allowed * buffer_frames_;
+    return report_.presented_frames == uint64_t{0} && report_.frames_written > patience_frames;
+}
+
+void playback::play_out() {
+    if (!stream_.presented_frames()) {
+        // No position to wait for, so the latency has to do.
+        std::this_thread::sleep_for(milliseconds(std::min(latency_ms_, 2000U)));
+        return;
+    }
+    wait_for_end(report_.frames_written);
+    const bool never_started = report_.presented_frames.value_or(0) == 0 && !report_.ran_dry;
+    if (never_started && may_add_silence_ && !interrupt_.requested()) {
+        start_with_silence();
+    }
+    if (report_.failure.empty() && !report_.interrupted) {
+        judge_end();
+    }
+}
+
+// Returns when the position reaches `end_frames`, falls back (the card has run dry), stands still,
+// or someone interrupts.
+void playback::wait_for_end(uint64_t end_frames) {
+    const auto start = steady_clock::now();
+    const milliseconds latency(std::min(latency_ms_, 10'000U));
+    uint64_t highest = report_.presented_frames.value_or(0);
+    auto last_move = start;
+    while (true) {
+        const auto now = steady_clock::now();
+        const uint64_t position = stream_.presented_frames().value_or(0);
+        take_position();
+        if (position >= end_frames) {
+            return;
+        }
+        if (position < highest) {
+            report_.ran_dry = true;
+            return;
+        }
+        if (position > highest) {
+            highest = position;
+            last_move = now;
+        }
+        if (now - last_move > latency + standstill_margin ||
+            now - start > latency + play_out_margin) {
+            return;
+        }
+        if (interrupt_.requested()) {
+            report_.interrupted = true;
+            return;
+        }
+        progress_.show(highest, frames_total_, rate_hz_, latency_ms_);
+        std::this_thread::sleep_for(poll_every);
+    }
+}
+
+// A card starts by itself once enough frames are queued. A sound shorter than that would never be
+// heard, so one buffer of silence pushes it over the threshold.
+void playback::start_with_silence() {
+    const std::vector<char> silence(report_.write_bytes, 0);
+    if (!write_all(silence.data(), silence.size())) {
+        return;
+    }
+    report_.silence_added = true;
+    wait_for_end(report_.frames_written);
+}
+
+void playback::judge_end() {
+    const uint64_t presented = report_.presented_frames.value_or(0);
+    const uint64_t missing = report_.frames_written - presented;
+    // A few frames may still be on their way through a plug-in's buffers. A sound shorter than the
+    // latency may be over between two looks at the position.
+    if (!report_.ran_dry && missing > latency_frames_) {
+        report_.failure = "the card stood still after " + std::to_string(presented) + " of " +
+                          std::to_string(report_.frames_written) +
+                          " frames; try again, or another sink with --device";
+    }
+}
