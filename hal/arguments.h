@@ -1,7 +1,14 @@
 // Refusal of null pointers that a careless framework may pass.
 #pragma once
 
-#include <initializer_list>
+void log_null_argument(const char* operation);
 
 // Tells whether any of the pointers is null, and logs an error line for the operation if so.
-bool any_null(const char* operation, std::initializer_list<const void*> arguments);
+template <typename... Pointer>
+bool any_null(const char* operation, Pointer... pointer) {
+    if ((... || (pointer == nullptr))) {
+        log_null_argument(operation);
+        return true;
+    }
+    return false;
+}

@@ -18,11 +18,11 @@ constexpr size_t input_buffer_bytes = 4096;
 
 int adev_set_voice_volume(struct audio_hw_device* dev, float /*volume*/) {
     trace_call(log_tag, __func__);
-    return any_null(__func__, {dev}) ? -EINVAL : 0;
+    return any_null(__func__, dev) ? -EINVAL : 0;
 }
 
 int adev_set_master_volume(struct audio_hw_device* dev, float volume) {
-    if (any_null(__func__, {dev})) {
+    if (any_null(__func__, dev)) {
         return -EINVAL;
     }
     store_relaxed(to_hal_device(dev)->master_volume, volume);
@@ -32,7 +32,7 @@ int adev_set_master_volume(struct audio_hw_device* dev, float volume) {
 }
 
 int adev_get_master_volume(struct audio_hw_device* dev, float* volume) {
-    if (any_null(__func__, {dev, volume})) {
+    if (any_null(__func__, dev, volume)) {
         return -EINVAL;
     }
     *volume = load_relaxed(to_hal_device(dev)->master_volume);
@@ -42,7 +42,7 @@ int adev_get_master_volume(struct audio_hw_device* dev, float* volume) {
 }
 
 int adev_set_master_mute(struct audio_hw_device* dev, bool muted) {
-    if (any_null(__func__, {dev})) {
+    if (any_null(__func__, dev)) {
         return -EINVAL;
     }
     store_relaxed(to_hal_device(dev)->master_mute, muted);
@@ -51,7 +51,7 @@ int adev_set_master_mute(struct audio_hw_device* dev, bool muted) {
 }
 
 int adev_get_master_mute(struct audio_hw_device* dev, bool* muted) {
-    if (any_null(__func__, {dev, muted})) {
+    if (any_null(__func__, dev, muted)) {
         return -EINVAL;
     }
     *muted = load_relaxed(to_hal_device(dev)->master_mute);
@@ -61,7 +61,7 @@ int adev_get_master_mute(struct audio_hw_device* dev, bool* muted) {
 
 int adev_set_mode(struct audio_hw_device* dev, audio_mode_t mode) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {dev})) {
+    if (any_null(__func__, dev)) {
         return -EINVAL;
     }
     HAL_LOGD("%s: adev(%p) mode(%d)", __func__, static_cast<void*>(dev), static_cast<int>(mode));
@@ -70,7 +70,7 @@ int adev_set_mode(struct audio_hw_device* dev, audio_mode_t mode) {
 
 int adev_set_mic_mute(struct audio_hw_device* dev, bool state) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {dev})) {
+    if (any_null(__func__, dev)) {
         return -EINVAL;
     }
     store_relaxed(to_hal_device(dev)->mic_mute, state);
@@ -80,7 +80,7 @@ int adev_set_mic_mute(struct audio_hw_device* dev, bool state) {
 
 int adev_get_mic_mute(const struct audio_hw_device* dev, bool* state) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {dev, state})) {
+    if (any_null(__func__, dev, state)) {
         return -EINVAL;
     }
     *state = load_relaxed(to_hal_device(dev)->mic_mute);
@@ -90,12 +90,12 @@ int adev_get_mic_mute(const struct audio_hw_device* dev, bool* state) {
 
 int adev_dump(const struct audio_hw_device* dev, int /*fd*/) {
     trace_call(log_tag, __func__);
-    return any_null(__func__, {dev}) ? -EINVAL : 0;
+    return any_null(__func__, dev) ? -EINVAL : 0;
 }
 
 size_t adev_get_input_buffer_size(const struct audio_hw_device* dev,
                                   const struct audio_config* /*config*/) {
-    if (any_null(__func__, {dev})) {
+    if (any_null(__func__, dev)) {
         return 0;
     }
     HAL_LOGD("%s: adev(0x%p) size(%d)", __func__, static_cast<const void*>(dev),

@@ -43,7 +43,7 @@ int adev_get_microphones(const struct audio_hw_device* dev,
     if (count == nullptr) {
         return -1;
     }
-    if (any_null(__func__, {dev})) {
+    if (any_null(__func__, dev)) {
         return -EINVAL;
     }
     if (mics != nullptr && *count >= 1) {

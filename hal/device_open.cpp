@@ -95,7 +95,7 @@ void give_back_hw_sync_source(const hal_device* adev) {
 
 int adev_open(const struct hw_module_t* module, const char* name, struct hw_device_t** device_out) {
     HAL_LOGD("%s name(%s)", __func__, log_text(name));
-    if (any_null(__func__, {device_out})) {
+    if (any_null(__func__, device_out)) {
         return -EINVAL;
     }
     const hal_lock lock(adev_init_lock, log_tag, __func__);

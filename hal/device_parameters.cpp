@@ -36,12 +36,12 @@ void answer_hw_av_sync(hal_device* adev, struct str_parms* reply) {
 int adev_set_parameters(struct audio_hw_device* dev, const char* kvpairs) {
     trace_call(log_tag, __func__);
     HAL_LOGD("%s: kvpairs: %s", __func__, log_text(kvpairs));
-    return any_null(__func__, {dev, kvpairs}) ? -EINVAL : 0;
+    return any_null(__func__, dev, kvpairs) ? -EINVAL : 0;
 }
 
 char* adev_get_parameters(const struct audio_hw_device* dev, const char* keys) {
     HAL_LOGD("adev_get_parameters keys:%s", log_text(keys));
-    if (any_null(__func__, {dev})) {
+    if (any_null(__func__, dev)) {
         return strdup("");
     }
     const parsed_parameters query = parse_parameters(keys);

@@ -16,7 +16,7 @@ int adev_open_input_stream(struct audio_hw_device* dev, audio_io_handle_t /*hand
     if (stream_in != nullptr) {
         *stream_in = nullptr;
     }
-    if (any_null(__func__, {dev, config, stream_in})) {
+    if (any_null(__func__, dev, config, stream_in)) {
         return -EINVAL;
     }
     HAL_LOGE("%s: this module has no capture path", __func__);

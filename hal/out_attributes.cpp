@@ -14,13 +14,13 @@ constexpr const char* log_tag = "audio_hal";
 // An operation that is accepted and does nothing.
 int accept(const char* operation, const void* stream) {
     trace_call(log_tag, operation);
-    return any_null(operation, {stream}) ? -EINVAL : 0;
+    return any_null(operation, stream) ? -EINVAL : 0;
 }
 
 }  // namespace
 
 uint32_t out_get_sample_rate(const struct audio_stream* stream) {
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return 0;
     }
     const uint32_t rate_hz = load_relaxed(to_hal_stream_out(stream)->sample_rate);
@@ -29,7 +29,7 @@ uint32_t out_get_sample_rate(const struct audio_stream* stream) {
 }
 
 int out_set_sample_rate(struct audio_stream* stream, uint32_t rate) {
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return -EINVAL;
     }
     HAL_LOGV("%s: %d", __func__, static_cast<int>(rate));
@@ -38,7 +38,7 @@ int out_set_sample_rate(struct audio_stream* stream, uint32_t rate) {
 }
 
 size_t out_get_buffer_size(const struct audio_stream* stream) {
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return 0;
     }
     hal_stream_out* const out = to_hal_stream_out(stream);
@@ -54,7 +54,7 @@ size_t out_get_buffer_size(const struct audio_stream* stream) {
 }
 
 audio_channel_mask_t out_get_channels(const struct audio_stream* stream) {
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return AUDIO_CHANNEL_NONE;
     }
     const audio_channel_mask_t mask = to_hal_stream_out(stream)->channel_mask;
@@ -63,7 +63,7 @@ audio_channel_mask_t out_get_channels(const struct audio_stream* stream) {
 }
 
 audio_format_t out_get_format(const struct audio_stream* stream) {
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return AUDIO_FORMAT_INVALID;
     }
     const audio_format_t format = load_relaxed(to_hal_stream_out(stream)->format);
@@ -72,7 +72,7 @@ audio_format_t out_get_format(const struct audio_stream* stream) {
 }
 
 int out_set_format(struct audio_stream* stream, audio_format_t format) {
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return -EINVAL;
     }
     HAL_LOGD("%s: %d", __func__, static_cast<int>(format));
@@ -81,7 +81,7 @@ int out_set_format(struct audio_stream* stream, audio_format_t format) {
 }
 
 uint32_t out_get_latency(const struct audio_stream_out* stream) {
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return UINT32_MAX;
     }
     hal_stream_out* const out = to_hal_stream_out(stream);
@@ -106,5 +106,5 @@ int out_remove_audio_effect(const struct audio_stream* stream, effect_handle_t /
 }
 
 int out_set_volume(struct audio_stream_out* stream, float /*left*/, float /*right*/) {
-    return any_null(__func__, {stream}) ? -EINVAL : 0;
+    return any_null(__func__, stream) ? -EINVAL : 0;
 }

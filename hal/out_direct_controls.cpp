@@ -25,7 +25,7 @@ int out_set_callback(struct audio_stream_out* stream, stream_callback_t /*callba
                      void* /*cookie*/) {
     trace_call(log_tag, __func__);
     // Nothing is stored: writes are never asynchronous, so there are no events to deliver.
-    return any_null(__func__, {stream}) ? -EINVAL : 0;
+    return any_null(__func__, stream) ? -EINVAL : 0;
 }
 
 int out_pause(struct audio_stream_out* stream) {
@@ -51,7 +51,7 @@ int out_resume(struct audio_stream_out* stream) {
 
 int out_drain(struct audio_stream_out* stream, audio_drain_type_t type) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return -EINVAL;
     }
     int result = 0;

@@ -139,7 +139,7 @@ int adev_open_output_stream(struct audio_hw_device* dev, audio_io_handle_t /*han
     if (stream_out != nullptr) {
         *stream_out = nullptr;
     }
-    if (any_null(__func__, {dev, config, stream_out})) {
+    if (any_null(__func__, dev, config, stream_out)) {
         return -EINVAL;
     }
     get_platform_property();
@@ -185,7 +185,7 @@ int adev_open_output_stream(struct audio_hw_device* dev, audio_io_handle_t /*han
 
 void adev_close_output_stream(struct audio_hw_device* /*dev*/, struct audio_stream_out* stream) {
     HAL_LOGD("%s: out(%p)", __func__, static_cast<void*>(stream));
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return;
     }
     hal_stream_out* const out = to_hal_stream_out(stream);

@@ -33,7 +33,7 @@ constexpr capability_query capability_queries[] = {
 
 int out_set_parameters(struct audio_stream* stream, const char* kvpairs) {
     HAL_LOGD("out_set_parameters kvpairs = %s", log_text(kvpairs));
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return -EINVAL;
     }
     const parsed_parameters request = parse_parameters(kvpairs);
@@ -52,7 +52,7 @@ int out_set_parameters(struct audio_stream* stream, const char* kvpairs) {
 
 char* out_get_parameters(const struct audio_stream* stream, const char* keys) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return strdup("");
     }
     const parsed_parameters query = parse_parameters(keys);

@@ -28,7 +28,7 @@ bool presented_frames(const struct audio_stream_out* stream, const char* operati
 
 int out_get_render_position(const struct audio_stream_out* stream, uint32_t* dsp_frames) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {stream, dsp_frames})) {
+    if (any_null(__func__, stream, dsp_frames)) {
         return -EINVAL;
     }
     uint64_t frames = 0;
@@ -40,7 +40,7 @@ int out_get_render_position(const struct audio_stream_out* stream, uint32_t* dsp
 int out_get_presentation_position(const struct audio_stream_out* stream, uint64_t* frames,
                                   struct timespec* timestamp) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {stream, frames, timestamp})) {
+    if (any_null(__func__, stream, frames, timestamp)) {
         return -EINVAL;
     }
     uint64_t count = 0;

@@ -72,7 +72,7 @@ ssize_t out_write(struct audio_stream_out* stream, const void* buffer, size_t by
         HAL_LOGE("stream is invalide");
         return 0;
     }
-    if (any_null(__func__, {buffer})) {
+    if (any_null(__func__, buffer)) {
         return -EINVAL;
     }
     if (bytes > INT32_MAX) {
@@ -95,7 +95,7 @@ ssize_t out_write(struct audio_stream_out* stream, const void* buffer, size_t by
 
 int out_standby(struct audio_stream* stream) {
     trace_call(log_tag, __func__);
-    if (any_null(__func__, {stream})) {
+    if (any_null(__func__, stream)) {
         return -EINVAL;
     }
     hal_stream_out* const out = to_hal_stream_out(stream);

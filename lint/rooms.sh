@@ -27,6 +27,7 @@ for room in "${!below[@]}"; do
     fi
   done < <(grep -rnE '^ *# *include *"' --include='*.cpp' --include='*.h' "$room")
   # The module meets its platform through <...> only, and knows none of its insides.
+  [[ $room != tools ]] || continue
   if grep -rnE '^ *# *include *[<"](platform|player_service|tools|tests|alsa)/' \
     --include='*.cpp' --include='*.h' "$room"; then
     echo "$room/ must not include the line above"

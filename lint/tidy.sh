@@ -1,34 +1,22 @@
 #!/usr/bin/env bash
-# tidy.sh BUILD_DIR: clang-tidy over our sources, and every header compiled on its own.
+# tidy.sh BUILD_DIR: clang-tidy over all that the build compiles, and every header on its own.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=$1
 
-# The generated tests' main files and the like are none of ours; those under tests/ are.
-git ls-files --cached --others --exclude-standard -- '*.cpp' >"$build/tidy-sources"
-run_tidy() { clang-tidy --quiet -p "$build" "$@" 2>/dev/null; }
-export -f run_tidy
-export build
-
 status=0
-python3 - "$build" >"$build/tidy-files" <<'EOF'
-import json, os, sys
-known = {os.path.realpath(entry["file"]) for entry in
-         json.load(open(os.path.join(sys.argv[1], "compile_commands.json")))}
-for name in open(os.path.join(sys.argv[1], "tidy-sources")):
-    name = name.strip()
-    if os.path.realpath(name) in known:
-        print(name)
-EOF
-xargs -a "$build/tidy-files" -n 4 -P "$(nproc)" bash -c 'run_tidy "$@"' _ || status=1
+grep -oP '"file": "\K[^"]+' "$build/compile_commands.json" | sort -u |
+  xargs -n 3 -P "$(nproc)" clang-tidy --quiet --extra-arg=-Wno-unknown-warning-option -p "$build" 2>"$build/tidy-counts" || status=1
+# What clang-tidy says on stderr beside the counts of suppressed warnings is an error of its own.
+grep -v 'warnings\? \(generated\|treated as errors\)' "$build/tidy-counts" >&2 || true
 
-include=(-I. -isystem /usr/include/android -isystem /usr/include/alsa)
+include=(-I. -isystem /usr/include/android)
 for folder in platform/*/include; do
   include+=("-I$folder")
 done
 while read -r header; do
   g++ -std=gnu++17 -fsyntax-only -Wall -Wextra -Werror -x c++ "${include[@]}" \
-    -I "$(dirname "$header")" -include "$header" /dev/null || {
+    -include "$header" /dev/null || {
     echo "$header does not compile alone"
     status=1
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <fcntl.h>
 #include <fstream>
 #include <stdlib.h>
 #include <system_error>
@@ -57,9 +58,16 @@ fs::path folder_of(const fs::path& file) {
     return file.has_parent_path() ? file.parent_path() : fs::path(".");
 }
 
-bool is_writable_folder(const fs::path& folder) {
-    std::error_code ignored;
-    return fs::is_directory(folder, ignored) && access(folder.c_str(), W_OK | X_OK) == 0;
+// Tries it: access() promises root files even where none can be made. What is there is only asked
+// about.
+bool can_write_file(const fs::path& file) {
+    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0) {
+        close(fd);
+        unlink(file.c_str());
+        return true;
+    }
+    return errno == EEXIST && access(file.c_str(), W_OK) == 0;
 }
 
 sink_device wav_sink(const fs::path& path, const fs::path& input) {
@@ -87,7 +95,7 @@ sink_device card_sink(const fs::path& proc_asound) {
 sink_device wav_beside(const fs::path& input) {
     const fs::path name = input.stem().string() + ".played.wav";
     for (const fs::path& folder : {folder_of(input), fs::path(".")}) {
-        if (is_writable_folder(folder)) {
+        if (can_write_file(folder / name)) {
             return wav_sink(folder / name, input);
         }
     }
@@ -116,22 +124,15 @@ void require_writable_wav(const fs::path& wav, const fs::path& input) {
                          "'; make it first");
     }
     const fs::file_status status = fs::status(wav, error);
-    if (!fs::exists(status)) {
-        if (!is_writable_folder(folder)) {
-            throw tool_error("the folder '" + folder.string() +
-                             "' cannot be written; name a file in another folder");
-        }
-        return;
-    }
-    if (fs::equivalent(wav, input, error)) {
+    if (fs::exists(status) && fs::equivalent(wav, input, error)) {
         throw tool_error("'" + wav.string() +
                          "' is the file to be played and would be overwritten; name another file");
     }
-    if (!fs::is_regular_file(status)) {
+    if (fs::exists(status) && !fs::is_regular_file(status)) {
         throw tool_error("'" + wav.string() + "' is no regular file; name another one");
     }
-    if (access(wav.c_str(), W_OK) != 0) {
-        throw tool_error("'" + wav.string() + "' cannot be written; name another file");
+    if (!can_write_file(wav)) {
+        throw tool_error("'" + wav.string() + "' cannot be written; name a file in another folder");
     }
 }
 

@@ -214,6 +214,9 @@ TEST_F(Loader, ANamedFileIsNotSearchedFor) {
     };
     EXPECT_EQ(load("here.so"), 0);
     EXPECT_EQ(load("libc.so.6"), -ENOENT);
+    // Ours is meant, not the library of that name that the process has.
+    place("good", "libc.so.6");
+    EXPECT_EQ(load("libc.so.6"), 0);
     EXPECT_EQ(load("first"), -EINVAL);
 }
 
@@ -245,8 +248,9 @@ TEST_F(Loader, ThreadsLoadAtOnceAndKeepTheirOwnReasons) {
     place("wrong_id", "first/audio.other.corvex.so");
     std::vector<std::thread> threads;
     std::vector<std::string> problems(4);
+    std::vector<void*> handles[4];
     for (size_t i = 0; i < problems.size(); ++i) {
-        threads.emplace_back([&problem = problems[i], bad = i % 2 == 1] {
+        threads.emplace_back([&problem = problems[i], &mine = handles[i], bad = i % 2 == 1] {
             for (int round = 0; round < 50; ++round) {
                 const hw_module_t* module = nullptr;
                 const int result =
@@ -256,7 +260,7 @@ TEST_F(Loader, ThreadsLoadAtOnceAndKeepTheirOwnReasons) {
                     problem = std::to_string(result) + hw_module_error();
                 }
                 if (module != nullptr) {
-                    dlclose(module->dso);
+                    mine.push_back(module->dso);
                 }
             }
         });
@@ -265,6 +269,16 @@ TEST_F(Loader, ThreadsLoadAtOnceAndKeepTheirOwnReasons) {
         thread.join();
     }
     EXPECT_EQ(problems, std::vector<std::string>(4));
+    EXPECT_EQ(handles[0], handles[2]);
+    const hw_module_t* none = nullptr;
+    EXPECT_EQ(hw_get_module_by_class("audio", "other", &none), -EINVAL);
+    std::thread([&] { EXPECT_EQ(load_primary(), 0); }).join();
+    EXPECT_NE(strstr(hw_module_error(), "audio.other."), nullptr) << hw_module_error();
+    for (const auto& mine : handles) {
+        for (void* const handle : mine) {
+            EXPECT_EQ(dlclose(handle), 0);
+        }
+    }
 }
 
 }  // namespace

@@ -45,11 +45,12 @@ TEST_F(Properties, ALineIsReadAsAPropertyOrSkipped) {
 }
 
 TEST_F(Properties, TheDefaultStandsInForUnsetAndEmpty) {
-    write("set=x\nempty=\n");
+    write(std::string("set=x\nempty=\nzero=\0x\n", 21));
     const std::string longest(91, 'd');
     EXPECT_EQ(get("set", "default"), "x");
     EXPECT_EQ(get("unset", "default"), "default");
     EXPECT_EQ(get("empty", "default"), "default");
+    EXPECT_EQ(get("zero", "default"), "default");
     EXPECT_EQ(get("unset", (longest + "e").c_str()), longest);
     char value[PROPERTY_VALUE_MAX];
     memset(value, 'p', sizeof(value));
@@ -130,7 +131,8 @@ TEST_F(Properties, OverridesWinOverTheFileUntilTheyEnd) {
 }
 
 TEST_F(Properties, TheListIsWhatLookUpsWouldAnswer) {
-    write("b=file\na=file\nempty=\nhidden=file\n");
+    const std::string longest(91, 'v');
+    write("b=file\na=file\nempty=\nhidden=file\nlong=" + longest + "v\n");
     property_override("a", "mine");
     property_override("c", "mine");
     property_override("hidden", "");
@@ -140,7 +142,7 @@ TEST_F(Properties, TheListIsWhatLookUpsWouldAnswer) {
         property_set("another", "1");  // the list is not locked meanwhile
     };
     EXPECT_EQ(property_list(add, &listed), 0);
-    EXPECT_EQ(listed, "a=mine b=file c=mine ");
+    EXPECT_EQ(listed, "a=mine b=file c=mine long=" + longest + " ");
     EXPECT_EQ(property_list(nullptr, nullptr), -EINVAL);
 }
 

@@ -2,9 +2,8 @@
 // the module's own calls here (see faults.cmake); calls inside other libraries are not affected.
 #pragma once
 
-#include <pthread.h>
-
 #include <cstdint>
+#include <pthread.h>
 #include <vector>
 
 struct fault_plan {

@@ -33,10 +33,9 @@ bool is_young(const struct stat& status) {
 
 bool property_cache::is_current(const std::string& path) const {
     struct stat now;
-    return path == path_ && !may_change_unseen_ && stat(path.c_str(), &now) == 0 &&
-           now.st_dev == status_.st_dev && now.st_ino == status_.st_ino &&
-           now.st_size == status_.st_size && same_time(now.st_mtim, status_.st_mtim) &&
-           same_time(now.st_ctim, status_.st_ctim);
+    return !may_change_unseen_ && stat(path.c_str(), &now) == 0 && now.st_dev == status_.st_dev &&
+           now.st_ino == status_.st_ino && now.st_size == status_.st_size &&
+           same_time(now.st_mtim, status_.st_mtim) && same_time(now.st_ctim, status_.st_ctim);
 }
 
 int property_cache::refresh(const std::string& path) {

@@ -49,10 +49,14 @@ int load(const char* path, const char* id, const hw_module_t** module) {
     if (strcmp(descriptor->id, id) != 0) {
         return fail(-EINVAL, "module %s has id '%s', not '%s'", path, descriptor->id, id);
     }
-    // Two threads may load the same module, which then has one descriptor and one handle.
+    // A module that is loaded again has the same descriptor and the same handle. It is not written
+    // again: those who have it already may be reading it.
     static std::mutex dso_lock;
     const std::lock_guard<std::mutex> guard(dso_lock);
-    descriptor->dso = handle.release();
+    if (descriptor->dso != handle.get()) {
+        descriptor->dso = handle.get();
+    }
+    handle.release();
     *module = descriptor;
     return 0;
 }
