@@ -6,7 +6,7 @@ void log_null_argument(const char* operation);
 // Tells whether any of the pointers is null, and logs an error line for the operation if so.
 template <typename... Pointer>
 bool any_null(const char* operation, Pointer... pointer) {
-    if ((... || (pointer == nullptr))) {
+    if ((false || ... || (pointer == nullptr))) {
         log_null_argument(operation);
         return true;
     }

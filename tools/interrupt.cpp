@@ -4,10 +4,13 @@ namespace {
 
 volatile sig_atomic_t signal_seen = 0;
 
-extern "C" void note_signal(int) {
+extern "C" void note_signal(int number) {
+    if (signal_seen != 0) {
+        // Takes effect when the handler returns, which unblocks the signal.
+        signal(number, SIG_DFL);
+        raise(number);
+    }
     signal_seen = 1;
-    signal(SIGINT, SIG_DFL);
-    signal(SIGTERM, SIG_DFL);
 }
 
 }  // namespace
@@ -18,7 +21,7 @@ interrupt_guard::interrupt_guard() {
     action.sa_handler = note_signal;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    // Both at once: neither handler may be cut short by the other.
+    // Each blocks the other while it runs, so that one of them comes first.
     sigaddset(&action.sa_mask, SIGINT);
     sigaddset(&action.sa_mask, SIGTERM);
     sigaction(SIGINT, &action, &before_int_);

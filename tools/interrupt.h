@@ -1,5 +1,5 @@
 // Turns the first SIGINT or SIGTERM into a flag for as long as it lives, so that playback can end
-// in order. The second signal kills: the first one puts the default actions back.
+// in order. A second signal of either kind does what it does by default: it kills.
 //
 // One at a time in a process. Interrupted system calls restart, so that the module below never sees
 // EINTR.

@@ -42,7 +42,7 @@ TEST_F(DirectStream, OpensWritesAndClosesThePlayer) {
 
 TEST_F(DirectStream, AFailedOpenSleepsAndAFailedCloseStaysAwake) {
     struct audio_stream_out* const stream = open_stream(passthru, 48000, 3, AUDIO_FORMAT_AC3);
-    direct_output().open_result = 0x80140004;
+    direct_output().open_result = static_cast<int32_t>(0x80140004U);
     EXPECT_EQ(calls_of([&] { EXPECT_EQ(stream->write(stream, "abcd", 4), 4); }),
               (names{"open usecase 4"}));
     EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal", "hdo_open failed 80140004"), 1);

@@ -84,7 +84,7 @@ TEST_F(OutWrite, SleepsForAsLongAsRefusedDataWouldHavePlayed) {
         EXPECT_EQ(log.count(ANDROID_LOG_DEBUG, "audio_hal",
                             "out_write: usecase 0 write failed  sleeping for buffer duration"),
                   1);
-        EXPECT_TRUE(to_hal_stream_out(stream)->standby);
+        EXPECT_TRUE(standby_of(stream));
         close_stream(stream);
     }
     EXPECT_TRUE(tinyalsa().played.empty());
@@ -101,7 +101,7 @@ TEST_F(OutWrite, TriesToOpenAgainAtTheNextWrite) {
     tinyalsa().no_handle = false;
     write(stream, audio(period_bytes, 2));
     EXPECT_EQ(tinyalsa().opens.size(), 2U);
-    EXPECT_FALSE(to_hal_stream_out(stream)->standby);
+    EXPECT_FALSE(standby_of(stream));
     EXPECT_EQ(tinyalsa().played.size(), period_bytes);
     close_stream(stream);
 }
@@ -194,9 +194,9 @@ TEST_F(OutWrite, AnInvalidUsecaseIsLoggedByEveryOperation) {
     struct timespec time = {};
     EXPECT_EQ(stream->get_presentation_position(stream, &frames64, &time), 0);
     EXPECT_EQ(frames64, 0U);
-    out->standby = false;
+    standby_of(stream) = false;
     EXPECT_EQ(stream->common.standby(&stream->common), 0);
-    EXPECT_TRUE(out->standby);
+    EXPECT_TRUE(standby_of(stream));
     for (const char* name :
          {"out_write", "out_get_buffer_size", "out_get_latency", "out_get_render_position",
           "out_get_presentation_position", "do_out_standby"}) {

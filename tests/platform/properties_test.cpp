@@ -1,6 +1,5 @@
 // Looking properties up: values, defaults, conversions, overrides, and changes of the file.
 #include <errno.h>
-#include <fcntl.h>
 #include <limits>
 #include <string.h>
 #include <sys/stat.h>
@@ -154,24 +153,6 @@ TEST_F(Properties, AChangeByAnotherProcessIsSeenAtOnce) {
     EXPECT_EQ(get("key"), "new");
     ASSERT_EQ(unlink(path_.c_str()), 0);
     EXPECT_EQ(get("key", "gone"), "gone");
-}
-
-// Many changes fall into one tick of the file system's clock, and freed inode numbers come back.
-TEST_F(Properties, ChangesOfTheSameSizeWithinATickAreSeen) {
-    for (int i = 100; i < 400; ++i) {
-        const std::string value = std::to_string(i);
-        std::ofstream("staged") << "key=" + value + "\n";
-        std::filesystem::rename("staged", path_);
-        ASSERT_EQ(get("key"), value);
-    }
-    const int fd = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
-    ASSERT_GE(fd, 0);
-    for (int i = 500; i < 800; ++i) {
-        const std::string value = std::to_string(i);
-        ASSERT_EQ(pwrite(fd, value.data(), 3, 4), 3);
-        ASSERT_EQ(get("key"), value);
-    }
-    close(fd);
 }
 
 TEST_F(Properties, ThePathFollowsTheEnvironment) {

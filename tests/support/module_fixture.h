@@ -42,6 +42,12 @@ class module_test : public ::testing::Test {
     int opens = 0;
 };
 
+// For tests that hold no lock because no other thread is about.
+inline bool& standby_of(struct audio_stream_out* stream)
+    HAL_THREAD_ANNOTATION(no_thread_safety_analysis) {
+    return to_hal_stream_out(stream)->standby;
+}
+
 constexpr size_t period_bytes = 1920;  // 480 frames, stereo, 16-bit
 
 // Samples that differ from each other and from period to period.

@@ -56,7 +56,7 @@ int load(const char* path, const char* id, const hw_module_t** module) {
     if (descriptor->dso != handle.get()) {
         descriptor->dso = handle.get();
     }
-    handle.release();
+    static_cast<void>(handle.release());  // the reference is the caller's now
     *module = descriptor;
     return 0;
 }

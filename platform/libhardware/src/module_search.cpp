@@ -105,7 +105,8 @@ int find(const char* class_id, const char* inst, std::string* path) {
     const std::vector<std::string> folders = module_folders();
     for (const std::string& variant : variants) {
         for (const std::string& folder : folders) {
-            std::string file = folder + "/" + name + "." + variant + ".so";
+            std::string file = folder;
+            file.append("/").append(name).append(".").append(variant).append(".so");
             // A link that leads nowhere counts: it was put there to be the module, and loading it
             // says what is wrong.
             struct stat status;
