@@ -37,7 +37,7 @@ function(corvex_module_objects target capture_dir)
   target_compile_definitions(${target} PUBLIC "CORVEX_CAPTURE_DIR=\"${capture_dir}\"")
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
   target_link_libraries(${target} PRIVATE corvex::warnings
-    PUBLIC corvex::hardware corvex::cutils corvex::annexk corvex::nano corvex::tinyalsa
+    PUBLIC corvex::hardware_headers corvex::cutils corvex::annexk corvex::nano corvex::tinyalsa
       android::log android::cutils)
 endfunction()
 
@@ -57,5 +57,6 @@ corvex_module_objects(corvex_module_objects ${CORVEX_CAPTURE_DIR})
 corvex_module(audio_primary_corvex corvex_module_objects)
 set_target_properties(audio_primary_corvex PROPERTIES
   LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/hw
+  BUILD_WITH_INSTALL_RPATH ON
   INSTALL_RPATH "$ORIGIN/..;${ANDROID_LIBRARY_DIR}")
 install(TARGETS audio_primary_corvex LIBRARY DESTINATION ${CORVEX_LIB_DIR}/hw)

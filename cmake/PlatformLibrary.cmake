@@ -15,6 +15,7 @@ function(corvex_platform_library name)
     OUTPUT_NAME ${name}
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
+    BUILD_WITH_INSTALL_RPATH ON
     INSTALL_RPATH "$ORIGIN;${ANDROID_LIBRARY_DIR}")
   install(TARGETS corvex_${name} LIBRARY DESTINATION ${CORVEX_LIB_DIR})
 endfunction()

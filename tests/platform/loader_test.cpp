@@ -64,10 +64,9 @@ class Loader : public testing::Test {
         }
         return result;
     }
-    int load_primary() {
-        return result_of([](const hw_module_t** out) {
-            return hw_get_module_by_class("audio", "primary", out);
-        });
+    int load(const char* inst) {
+        return result_of(
+            [inst](const hw_module_t** out) { return hw_get_module_by_class("audio", inst, out); });
     }
 
     log_recorder log_;
@@ -79,7 +78,7 @@ TEST_F(Loader, VariantsAreTriedInOrder) {
         const char* key;
         const char* value;
     } steps[] = {
-        {"ro.hardware.audio.primary", "v1"},
+        {"ro.hardware.audio.tested", "v1"},
         {"ro.hardware", "v2"},
         {"ro.product.board", "v3"},
         {"ro.board.platform", "v4"},
@@ -92,24 +91,34 @@ TEST_F(Loader, VariantsAreTriedInOrder) {
             property_override(step.key, step.value);
         }
         // A file of a later variant in an earlier folder does not win.
-        place("good", std::string("second/audio.primary.") + step.value + ".so");
+        place("good", std::string("second/audio.tested.") + step.value + ".so");
     }
-    place("good", "first/audio.primary.default.so");
+    place("good", "first/audio.tested.default.so");
     for (const auto& step : steps) {
-        const std::string name = std::string("/audio.primary.") + step.value + ".so";
+        const std::string name = std::string("/audio.tested.") + step.value + ".so";
         const bool last = strcmp(step.value, "default") == 0;
-        EXPECT_EQ(found("audio", "primary"), scratch_.file(last ? "first" : "second") + name);
-        EXPECT_EQ(load_primary(), 0);
+        EXPECT_EQ(found("audio", "tested"), scratch_.file(last ? "first" : "second") + name);
+        EXPECT_EQ(load("tested"), 0);
         fs::remove("second" + name);
     }
 }
 
 TEST_F(Loader, EarlierFoldersWin) {
     place("wrong_id", "second/audio.primary.corvex.so");
-    EXPECT_EQ(load_primary(), -EINVAL);
+    EXPECT_EQ(load("primary"), -EINVAL);
     const std::string good = place("good", "first/audio.primary.corvex.so");
     EXPECT_EQ(found("audio", "primary"), good);
-    EXPECT_EQ(load_primary(), 0);
+    EXPECT_EQ(load("primary"), 0);
+}
+
+TEST_F(Loader, AnIdMayNameTheInstance) {
+    place("good", "first/audio.primary.corvex.so");
+    place("wrong_id", "first/audio.other.corvex.so");
+    const auto load_id = [this](const char* id) {
+        return result_of([id](const hw_module_t** out) { return hw_get_module(id, out); });
+    };
+    EXPECT_EQ(load_id("audio.primary"), 0);
+    EXPECT_EQ(load_id("audio.other"), -EINVAL);
 }
 
 TEST_F(Loader, AModuleWithoutInstanceHasTheClassInItsName) {
@@ -136,17 +145,17 @@ TEST_F(Loader, AFileThatDoesNotLoadIsNotPassedOver) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.fake);
         place(row.fake, path);
-        EXPECT_EQ(load_primary(), -EINVAL);
+        EXPECT_EQ(load("primary"), -EINVAL);
         EXPECT_NE(strstr(hw_module_error(), row.reason), nullptr) << hw_module_error();
         EXPECT_NE(strstr(hw_module_error(), path.c_str()), nullptr) << hw_module_error();
         fs::remove(path);
     }
     std::ofstream(path) << std::string(4096, 'x');
-    EXPECT_EQ(load_primary(), -EINVAL);
+    EXPECT_EQ(load("primary"), -EINVAL);
     EXPECT_NE(strstr(hw_module_error(), "invalid ELF header"), nullptr) << hw_module_error();
     fs::remove(path);
     fs::create_symlink("nowhere", path);
-    EXPECT_EQ(load_primary(), -ENOENT);
+    EXPECT_EQ(load("primary"), -ENOENT);
     EXPECT_NE(strstr(hw_module_error(), path.c_str()), nullptr) << hw_module_error();
 }
 
@@ -164,14 +173,14 @@ TEST_F(Loader, NoFileNamesWhatWasTried) {
 }
 
 TEST_F(Loader, NamesDoNotLeadToOtherFolders) {
-    place("good", "audio.primary.so");
-    fs::create_directory("first/audio.primary.");
-    place("good", "first/audio.primary.default.so");
-    property_override("ro.hardware", "/../../audio.primary");
-    EXPECT_EQ(found("audio", "primary"), scratch_.file("first/audio.primary.default.so"));
+    place("good", "audio.tested.so");
+    fs::create_directory("first/audio.tested.");
+    place("good", "first/audio.tested.default.so");
+    property_override("ro.hardware", "/../../audio.tested");
+    EXPECT_EQ(found("audio", "tested"), scratch_.file("first/audio.tested.default.so"));
     EXPECT_EQ(log_.count_containing("ro.hardware"), 1);
-    EXPECT_EQ(found("../audio", "primary"), std::to_string(-EINVAL));
-    EXPECT_EQ(found("audio", "x/../primary"), std::to_string(-EINVAL));
+    EXPECT_EQ(found("../audio", "tested"), std::to_string(-EINVAL));
+    EXPECT_EQ(found("audio", "x/../tested"), std::to_string(-EINVAL));
 }
 
 TEST_F(Loader, BadArgumentsAreRefused) {
@@ -272,7 +281,7 @@ TEST_F(Loader, ThreadsLoadAtOnceAndKeepTheirOwnReasons) {
     EXPECT_EQ(handles[0], handles[2]);
     const hw_module_t* none = nullptr;
     EXPECT_EQ(hw_get_module_by_class("audio", "other", &none), -EINVAL);
-    std::thread([&] { EXPECT_EQ(load_primary(), 0); }).join();
+    std::thread([&] { EXPECT_EQ(load("primary"), 0); }).join();
     EXPECT_NE(strstr(hw_module_error(), "audio.other."), nullptr) << hw_module_error();
     for (const auto& mine : handles) {
         for (void* const handle : mine) {

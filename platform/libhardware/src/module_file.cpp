@@ -25,6 +25,11 @@ const char* linker_error() {
     return text != nullptr ? text : "unknown reason";
 }
 
+// The class in an id that names an instance too: "audio" in "audio.primary".
+std::string class_of(const std::string& id) {
+    return id.substr(0, id.find('.'));
+}
+
 int load(const char* path, const char* id, const hw_module_t** module) {
     if (access(path, F_OK) != 0) {
         return fail(-ENOENT, "no module file %s: %s", path, strerror(errno));
@@ -46,7 +51,7 @@ int load(const char* path, const char* id, const hw_module_t** module) {
                     path, HAL_MODULE_INFO_SYM_AS_STR, descriptor->tag,
                     static_cast<unsigned>(HARDWARE_MODULE_TAG));
     }
-    if (strcmp(descriptor->id, id) != 0) {
+    if (strcmp(descriptor->id, id) != 0 && class_of(id) != descriptor->id) {
         return fail(-EINVAL, "module %s has id '%s', not '%s'", path, descriptor->id, id);
     }
     // A module that is loaded again has the same descriptor and the same handle. It is not written

@@ -84,7 +84,8 @@ typedef struct hw_device_t {
 #define HAL_MODULE_INFO_SYM_AS_STR "HMI"
 
 /*
- * Loads the module `id`: same as hw_get_module_by_class(id, NULL, module).
+ * Loads the module `id`: same as hw_get_module_by_class(id, NULL, module). The id may name an
+ * instance ("audio.primary"); the module's own id is then that or the class alone ("audio").
  */
 int hw_get_module(const char* id, const struct hw_module_t** module);
 
