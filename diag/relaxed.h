@@ -1,10 +1,17 @@
 // Fields that one thread stores and others load without a lock, where only the value itself
 // matters and no order. The fields stay plain members, so that their records stay trivial and can
-// be zero-filled. 64-bit fields must be aligned to 8 bytes on 32-bit machines too.
+// be zero-filled.
 #pragma once
+
+#include <stdint.h>
+
+// A 64-bit field must be declared with this alignment: where a 32-bit ABI aligns 64-bit numbers to
+// 4 bytes, a compiler would otherwise call a library that may lock.
+typedef uint64_t relaxed_uint64 __attribute__((aligned(8)));
 
 template <typename T>
 T load_relaxed(const T& field) {
+    static_assert(sizeof(T) <= alignof(T), "the field is not aligned to its size");
     T value;
     __atomic_load(&field, &value, __ATOMIC_RELAXED);
     return value;
@@ -12,5 +19,14 @@ T load_relaxed(const T& field) {
 
 template <typename T>
 void store_relaxed(T& field, T value) {
+    static_assert(sizeof(T) <= alignof(T), "the field is not aligned to its size");
     __atomic_store(&field, &value, __ATOMIC_RELAXED);
+}
+
+inline uint64_t load_relaxed_64(const relaxed_uint64* field) {
+    return __atomic_load_n(field, __ATOMIC_RELAXED);
+}
+
+inline void store_relaxed_64(relaxed_uint64* field, uint64_t value) {
+    __atomic_store_n(field, value, __ATOMIC_RELAXED);
 }

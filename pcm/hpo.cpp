@@ -100,7 +100,8 @@ int32_t hpo_write(struct hpo* hpo, const void* buffer, size_t bytes) {
         HAL_LOGE("%s:%d byte written failed", __func__, accepted);
         return accepted;
     }
-    store_relaxed(hpo->frames_written, load_relaxed(hpo->frames_written) + bytes / frame_bytes);
+    store_relaxed_64(&hpo->frames_written,
+                     load_relaxed_64(&hpo->frames_written) + bytes / frame_bytes);
     append_to_capture_file(hpo->capture_file, buffer, bytes, {log_tag, __func__});
     return accepted;
 }
@@ -145,7 +146,7 @@ int32_t hpo_get_tstamp(struct hpo* hpo, uint64_t* frames) {
         return 0;  // the card ran dry
     }
     const uint32_t queued_frames = buffer_frames - avail_frames;
-    const auto presented_frames = static_cast<int64_t>(load_relaxed(hpo->frames_written)) -
+    const auto presented_frames = static_cast<int64_t>(load_relaxed_64(&hpo->frames_written)) -
                                   static_cast<int64_t>(queued_frames);
     if (presented_frames >= 0) {
         *frames = static_cast<uint64_t>(presented_frames);

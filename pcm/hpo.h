@@ -13,6 +13,8 @@
 #include <stdio.h>
 #include <type_traits>
 
+#include "diag/relaxed.h"
+
 struct hal_stream_out;
 struct pcm;
 
@@ -21,7 +23,7 @@ struct hpo {
     uint32_t pcm_device;
     // Frames that the card accepted since creation. Closing does not reset it, so that positions
     // keep rising across standby. Position queries load it without a lock.
-    alignas(8) uint64_t frames_written;
+    relaxed_uint64 frames_written;
     struct pcm* pcm;  // null while closed; other threads reach it through borrowed_pcm only
     struct hal_stream_out* out;
     FILE* capture_file;

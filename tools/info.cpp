@@ -14,7 +14,6 @@
 namespace {
 
 constexpr char absent[] = "absent";
-constexpr char stream_keys[] = "sup_channels;sup_formats;sup_sampling_rates";
 
 struct output_row {
     const char* name;
@@ -97,12 +96,18 @@ std::string answer(int (*getter)(Device*, Value*), Device* device, std::string (
     return status == 0 ? text(value) : "refused: " + status_text(status);
 }
 
-void print_absent(const std::vector<std::string>& names) {
-    std::string list;
+// A list of names, folded to lines that fit a terminal.
+void print_names(const std::vector<std::string>& names) {
+    constexpr size_t line_length = 96;
+    std::string line = " ";
     for (const std::string& name : names) {
-        list += (list.empty() ? "" : ", ") + name;
+        if (line.size() + name.size() > line_length) {
+            std::printf("%s\n", line.c_str());
+            line = " ";
+        }
+        line += " " + name;
     }
-    print_row("absent", list.empty() ? "none" : list);
+    std::printf("%s\n", line.c_str());
 }
 
 void print_device(const audio_hw_device& table) {
@@ -124,27 +129,61 @@ void print_device(const audio_hw_device& table) {
               table.get_input_buffer_size
                   ? std::to_string(table.get_input_buffer_size(&table, &config)) + " bytes"
                   : absent);
-    print_absent(absent_operations(table));
+    const std::vector<std::string> names = absent_operations(table);
+    if (!names.empty()) {
+        std::printf("operations absent from the device\n");
+        print_names(names);
+    }
 }
 
-void print_output(const hal_device& device, const output_row& row) {
+// The stream's answer to one capability query, without the key and the prefix that all names share.
+std::string capability(const hal_output_stream& stream, const std::string& key) {
+    std::string value = stream.parameters(key.c_str());
+    for (const std::string& prefix :
+         {key + "=", std::string("AUDIO_"), std::string("CHANNEL_"), std::string("FORMAT_")}) {
+        if (value.compare(0, prefix.size(), prefix) == 0) {
+            value.erase(0, prefix.size());
+        }
+    }
+    return value.empty() ? "-" : value;
+}
+
+// One line of the table, and the operations that the stream lacks.
+std::vector<std::string> print_output(const hal_device& device, const output_row& row) {
     int status = 0;
     const auto stream = hal_output_stream::open(device, row.request, status);
     if (stream == nullptr) {
         print_row(row.name, "refused: " + status_text(status));
-        return;
+        return {};
     }
-    char text[160];
-    std::snprintf(text, sizeof(text),
-                  "accepted: %" PRIu32 " Hz, channel mask 0x%" PRIx32
-                  ", format 0x%x, buffer %zu bytes, latency %" PRIu32 " ms",
-                  stream->sample_rate_hz(), stream->channel_mask(),
-                  static_cast<unsigned>(stream->format()), stream->buffer_bytes(),
-                  stream->latency_ms());
+    char text[256];
+    std::snprintf(
+        text, sizeof(text), "%6" PRIu32 " %#7" PRIx32 " %#10x %6zu %5" PRIu32 " ms  %-14s %-12s %s",
+        stream->sample_rate_hz(), stream->channel_mask(), static_cast<unsigned>(stream->format()),
+        stream->buffer_bytes(), stream->latency_ms(), capability(*stream, "sup_channels").c_str(),
+        capability(*stream, "sup_formats").c_str(),
+        capability(*stream, "sup_sampling_rates").c_str());
     print_row(row.name, text);
-    const std::string reply = stream->parameters(stream_keys);
-    print_row("", reply.empty() ? "no answer to " + std::string(stream_keys) : reply);
-    print_absent(absent_operations(stream->table()));
+    return absent_operations(stream->table());
+}
+
+void print_outputs(const hal_device& device) {
+    std::printf("output streams\n");
+    print_row("",
+              "    Hz    mask     format buffer  latency  sup_channels   sup_formats  "
+              "sup_sampling_rates");
+    // Streams of a kind lack the same operations: said once for each kind.
+    std::vector<std::pair<std::string, std::vector<std::string>>> lacking;
+    for (const output_row& row : output_rows()) {
+        std::vector<std::string> names = print_output(device, row);
+        if (!names.empty() && (lacking.empty() || lacking.back().second != names)) {
+            lacking.emplace_back(row.name, std::move(names));
+        }
+    }
+    for (const auto& [name, names] : lacking) {
+        std::printf("operations absent from output streams (%s and those below)\n", name.c_str());
+        print_names(names);
+    }
 }
 
 // Closes an input stream that opened: the table has its own operation for it.
@@ -195,10 +234,7 @@ class info_command : public command {
         {
             const hal_device device(module);
             print_device(device.table());
-            std::printf("output streams\n");
-            for (const output_row& row : output_rows()) {
-                print_output(device, row);
-            }
+            print_outputs(device);
             std::printf("input streams\n");
             print_input(device, "stereo 48000", 48000, AUDIO_CHANNEL_IN_STEREO);
             print_input(device, "mono 16000", 16000, AUDIO_CHANNEL_IN_MONO);

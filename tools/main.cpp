@@ -23,7 +23,7 @@ constexpr char footer[] =
     "  corvex-hal play song.flac                   to card 0, or to song.played.wav\n"
     "  corvex-hal play song.flac --device out.wav  to a WAV file\n"
     "  corvex-hal info                             what the module offers\n"
-    "  corvex-hal setprop persist.audiohal.log.all true\n"
+    "  corvex-hal setprop persist.audiohal.log.all 1\n"
     "  corvex-hal play --help                      more about one command\n";
 
 void print_error(const std::string& message) {
@@ -76,8 +76,7 @@ int run(int argc, char** argv) {
     app.add_option("--prop", overrides, "Property for this run only; may be repeated")
         ->type_name("KEY=VALUE")
         ->expected(1)
-        ->take_all()
-        ->delimiter('\0');
+        ->take_all();
     app.add_flag("-v,--verbose", options.verbosity,
                  "Show the module's log from debug priority up; -vv from verbose up");
 

@@ -127,15 +127,17 @@ bool playback::card_failed() {
     return false;
 }
 
-void playback::take_position() {
+// What the stream answers, which the report follows.
+std::optional<uint64_t> playback::take_position() {
     const std::optional<uint64_t> position = stream_.presented_frames();
     if (!position) {
-        return;
+        return std::nullopt;
     }
     // Never backwards: a card that has run dry answers 0. Never beyond our own frames: silence
     // that was added is not ours.
     const uint64_t own = std::min(*position, report_.frames_written);
     report_.presented_frames = std::max(report_.presented_frames.value_or(0), own);
+    return position;
 }
 
 bool playback::presents_nothing() const {
@@ -144,7 +146,7 @@ bool playback::presents_nothing() const {
 }
 
 void playback::play_out() {
-    if (!stream_.presented_frames()) {
+    if (!report_.presented_frames) {
         // No position to wait for, so the latency has to do.
         std::this_thread::sleep_for(milliseconds(std::min(latency_ms_, 2000U)));
         return;
@@ -168,8 +170,7 @@ void playback::wait_for_end(uint64_t end_frames) {
     auto last_move = start;
     while (true) {
         const auto now = steady_clock::now();
-        const uint64_t position = stream_.presented_frames().value_or(0);
-        take_position();
+        const uint64_t position = take_position().value_or(0);
         if (position >= end_frames) {
             return;
         }

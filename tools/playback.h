@@ -41,7 +41,7 @@ class playback {
 
   private:
     bool write_all(const char* data, size_t bytes);
-    void take_position();
+    std::optional<uint64_t> take_position();
     bool card_failed();
     bool presents_nothing() const;
     void play_out();

@@ -95,7 +95,7 @@ int get_presentation_position(const audio_stream_out* table, uint64_t* frames, t
         *frames = std::min<uint64_t>(stream.frames_written, 4800);
     } else if (behaviour == "card") {
         const bool started = stream.frames_written >= 240;
-        stream.frames_played += started ? 48 : 0;
+        stream.frames_played += started ? 50 : 0;
         *frames = stream.frames_played <= stream.frames_written ? stream.frames_played : 0;
     } else {
         *frames = stream.frames_written;
@@ -143,6 +143,9 @@ int close_device(hw_device_t* device) {
 
 int open_device(const hw_module_t* module, const char* name, hw_device_t** device_out) {
     record_call(std::string("open ") + name);
+    if (!scripted("open_log", "").empty()) {
+        __android_log_write(ANDROID_LOG_ERROR, "fake", scripted("open_log", "").c_str());
+    }
     const auto status = static_cast<int>(scripted_number("open_device", 0));
     if (status != 0) {
         return status;

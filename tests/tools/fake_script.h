@@ -5,11 +5,12 @@
 //   FAKE_HAL_PCM      file that gets the bytes written
 //
 //   open_device, open_stream   status that the open answers
+//   open_log                   text of an error line that opening the device logs
 //   rate, mask, format         what the stream answers instead of what was asked
 //   buffer                     buffer size in bytes, instead of 480 frames
 //   write                      half: takes half of each piece; zero; fail: answers -EIO
 //   position                   all: everything written (also when left out); zero; fail: refuses;
-//                              card: a card that starts at 240 frames, plays 48 of them between
+//                              card: a card that starts at 240 frames, plays 50 of them between
 //                              two looks, and answers 0 once it has run dry; stall: stops at half
 //   log, log_at                text of an error line, and the number of the write that logs it
 //   bare                       1: all operations that may be absent are absent

@@ -31,25 +31,36 @@ TEST(LogLines, ForgetsOnRequestAndStaysBounded) {
     EXPECT_TRUE(log.problems().empty());
 }
 
-TEST(LogLines, TakesLinesFromAnyThreadAndAfterItsEnd) {
-    {
-        const log_lines log(0);
-        std::thread other([] {
-            for (int i = 0; i < 500; ++i) {
-                __android_log_print(ANDROID_LOG_ERROR, "other", "line");
-            }
-        });
+TEST(LogLines, TakesLinesFromAnyThread) {
+    const log_lines log(0);
+    std::thread other([] {
         for (int i = 0; i < 500; ++i) {
-            __android_log_print(ANDROID_LOG_ERROR, "this", "line");
-            log.problems();
+            __android_log_print(ANDROID_LOG_ERROR, "other", "line");
         }
-        other.join();
-        const auto problems = log.problems();
-        ASSERT_EQ(problems.size(), 2U);
-        EXPECT_EQ(problems[0].count + problems[1].count, 1000U);
+    });
+    for (int i = 0; i < 500; ++i) {
+        __android_log_print(ANDROID_LOG_ERROR, "this", "line");
+        log.problems();
+    }
+    other.join();
+    const auto problems = log.problems();
+    ASSERT_EQ(problems.size(), 2U);
+    EXPECT_EQ(problems[0].count + problems[1].count, 1000U);
+}
+
+TEST(LogLines, ShowsWhatWasAskedForAndNothingAfterItsEnd) {
+    testing::internal::CaptureStderr();
+    {
+        const log_lines log(1);
+        __android_log_print(ANDROID_LOG_VERBOSE, "tag", "too much");
+        __android_log_print(ANDROID_LOG_DEBUG, nullptr, "without a tag");
+        __android_log_print(ANDROID_LOG_INFO, "tag", "shown");
     }
     __android_log_print(ANDROID_LOG_ERROR, "tag", "late");
-    EXPECT_TRUE(log_lines(0).problems().empty());
+    const std::string shown = testing::internal::GetCapturedStderr();
+    EXPECT_NE(shown.find(": without a tag\nI tag: shown\n"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("too much"), std::string::npos) << shown;
+    EXPECT_EQ(shown.find("late"), std::string::npos) << shown;
 }
 
 TEST(Progress, TimesCarryIntoMinutesAndNeverRoundUp) {
