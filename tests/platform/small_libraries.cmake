@@ -8,9 +8,6 @@ corvex_test(abi_test SOURCES abi_test.cpp LINK corvex::hardware_headers)
 corvex_test(properties_test SOURCES properties_test.cpp property_file_test.cpp ${log_recorder}
   LINK corvex::cutils android::log Threads::Threads)
 
-corvex_test(property_clock_test SOURCES property_clock_test.cpp ${log_recorder}
-  LINK corvex::cutils android::log)
-
 corvex_test(annexk_test SOURCES annexk_test.cpp LINK corvex::annexk)
 
 corvex_test(nano_test SOURCES nano_test.cpp ${log_recorder}

@@ -5,8 +5,6 @@ if(tinyalsa_kind STREQUAL "SHARED_LIBRARY")
 
   corvex_test(tinyalsa_wav_test
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_wav_test.cpp
-            ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_wav_faults_test.cpp
-            ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_null_pcm_test.cpp
     LINK corvex::tinyalsa Threads::Threads)
 
   # Not linked with the library: it loads and unloads it.

@@ -8,18 +8,21 @@
 
 #include <tinyalsa/asoundlib.h>
 
-// Sets a variable for one test.
+// Sets a variable for a while; then it is what it was.
 class scoped_env {
   public:
     scoped_env(const char* name, const std::string& value) : name_(name) {
+        const char* before = getenv(name);
+        before_ = before != nullptr ? before : "";
         setenv(name, value.c_str(), 1);
     }
-    ~scoped_env() { unsetenv(name_); }
+    ~scoped_env() { setenv(name_, before_.c_str(), 1); }  // an empty value counts as unset
     scoped_env(const scoped_env&) = delete;
     scoped_env& operator=(const scoped_env&) = delete;
 
   private:
     const char* name_;
+    std::string before_;
 };
 
 struct pcm_closer {
@@ -27,22 +30,16 @@ struct pcm_closer {
 };
 using pcm_ptr = std::unique_ptr<pcm, pcm_closer>;
 
-inline pcm_config stereo_config() {
-    pcm_config config = {};
-    config.channels = 2;
-    config.rate = 48000;
-    config.period_size = 480;
-    config.period_count = 2;
-    config.format = PCM_FORMAT_S16_LE;
-    return config;
-}
+constexpr pcm_config kStereo = {2, 48000, 480, 2, PCM_FORMAT_S16_LE, 0, 0, 0, 0, 0};
 
-inline pcm_ptr open_pcm(unsigned flags, const pcm_config& config) {
+inline pcm_ptr open_pcm(unsigned flags, const pcm_config& config = kStereo) {
     return pcm_ptr(pcm_open(0, 0, flags, &config));
 }
 
-// The error text holds each of the words.
-inline void expect_error(const pcm_ptr& handle, std::initializer_list<const char*> words) {
+// The handle is not ready, and its one line of error text holds each of the words.
+inline void expect_refused(const pcm_ptr& handle, std::initializer_list<const char*> words) {
+    EXPECT_EQ(pcm_is_ready(handle.get()), 0);
+    EXPECT_EQ(pcm_write(handle.get(), "abcd", 4), -EBADFD);
     const std::string text = pcm_get_error(handle.get());
     for (const char* word : words) {
         EXPECT_NE(text.find(word), std::string::npos) << "\"" << word << "\" in: " << text;

@@ -1,45 +1,51 @@
-extern "C" {
-#include <alsa/asoundlib.h>
-}
+#include "tinyalsa_fake_alsa.h"
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
 #include <utility>
 
-#include "tinyalsa_fake_alsa.h"
-
 fake_alsa fake;
 
-int fake_alsa::enter(const std::string& function) {
-    ++calls[function];
-    if (++fallible_calls == failing_call) {
-        return -EIO;
-    }
-    const auto found = failures.find(function);
-    return found != failures.end() ? found->second : 0;
-}
-
-struct _snd_pcm {
-    int unused;
-};
-struct _snd_pcm_hw_params {
-    unsigned channels, rate, periods;
-    snd_pcm_uframes_t period_size;
-};
-struct _snd_pcm_sw_params {
-    std::map<std::string, unsigned long> values;
-};
-struct _snd_pcm_status {
-    snd_pcm_state_t state;
-    snd_pcm_uframes_t avail;
-    timespec stamp;
-};
+struct _snd_pcm {};
+struct _snd_pcm_hw_params {};
+struct _snd_pcm_sw_params {};
 
 namespace {
 
-int within(int entered, unsigned long value, unsigned long low, unsigned long high) {
-    return entered < 0 ? entered : value >= low && value <= high ? 0 : -EINVAL;
+// The result of a call that the card takes as it is or does not, unless it is to fail.
+int enter(const std::string& function, bool taken = true) {
+    ++fake.calls[function];
+    if (++fake.fallible_calls == fake.failing_call) {
+        return -EIO;
+    }
+    const auto found = fake.failures.find(function);
+    return found != fake.failures.end() ? found->second : taken ? 0 : -EINVAL;
+}
+
+bool ask(const char* what, unsigned long value, unsigned long low = 0, unsigned long high = ~0ul) {
+    fake.asked[what] = value;
+    return value >= low && value <= high;
+}
+
+bool put_in_force(snd_pcm_state_t state) {
+    fake.set = fake.asked;
+    fake.state = state;
+    return true;
+}
+
+template <typename Object>
+int make(const char* function, Object** object) {
+    const int error = enter(function);
+    *object = error == 0 ? new Object() : nullptr;
+    fake.live += error == 0;
+    return error;
+}
+
+template <typename Object>
+void give_back(Object* object) {
+    delete object;
+    --fake.live;
 }
 
 void send_message(const char* format, ...) {
@@ -49,15 +55,10 @@ void send_message(const char* format, ...) {
     va_end(args);
 }
 
-int set_software(const char* function, snd_pcm_sw_params_t* params, unsigned long value) {
-    params->values[function] = value;
-    return fake.enter(function);
-}
-
 // The state machine of a stream around one transfer, and its scripted result.
-long transfer_result(const char* function, snd_pcm_uframes_t frames) {
+long transfer(const char* function, const void* from, void* to, snd_pcm_uframes_t frames) {
     ++fake.calls[function];
-    if (fake.state == SND_PCM_STATE_SETUP) {
+    if (fake.state == SND_PCM_STATE_OPEN || fake.state == SND_PCM_STATE_SETUP) {
         return -EBADFD;
     }
     if (fake.state == SND_PCM_STATE_XRUN) {
@@ -66,7 +67,6 @@ long transfer_result(const char* function, snd_pcm_uframes_t frames) {
     if (fake.direction == SND_PCM_STREAM_CAPTURE && fake.state == SND_PCM_STATE_PREPARED) {
         return -EAGAIN;  // Nothing arrives before the start.
     }
-    fake.state = SND_PCM_STATE_RUNNING;
     long result = static_cast<long>(frames);
     if (!fake.results.empty()) {
         result = std::min(fake.results.front(), result);
@@ -74,275 +74,122 @@ long transfer_result(const char* function, snd_pcm_uframes_t frames) {
             fake.results.pop_front();
         }
     }
-    if (result == -EPIPE || result == -ESTRPIPE) {
-        fake.state = SND_PCM_STATE_XRUN;
+    fake.state =
+        result == -EPIPE || result == -ESTRPIPE ? SND_PCM_STATE_XRUN : SND_PCM_STATE_RUNNING;
+    for (long i = 0; i < result * 4; ++i) {
+        fake.moved +=
+            from ? static_cast<const char*>(from)[i] : static_cast<char>(fake.moved.size());
+        if (to != nullptr) {
+            static_cast<char*>(to)[i] = fake.moved.back();
+        }
     }
     return result;
-}
-
-constexpr size_t kFrameBytes = 4;
-
-snd_pcm_sframes_t take(const char* function, const void* data, snd_pcm_uframes_t frames) {
-    const long moved = transfer_result(function, frames);
-    if (moved > 0) {
-        const char* bytes = static_cast<const char*>(data);
-        fake.written.insert(fake.written.end(), bytes,
-                            bytes + static_cast<size_t>(moved) * kFrameBytes);
-    }
-    return moved;
-}
-
-snd_pcm_sframes_t give(const char* function, void* data, snd_pcm_uframes_t frames) {
-    const long moved = transfer_result(function, frames);
-    for (size_t i = 0; moved > 0 && i < static_cast<size_t>(moved) * kFrameBytes; ++i) {
-        static_cast<unsigned char*>(data)[i] = static_cast<unsigned char>(fake.next_read_byte++);
-    }
-    return moved;
 }
 
 }  // namespace
 
 extern "C" {
 
-snd_local_error_handler_t snd_lib_error_set_local(snd_local_error_handler_t handler) {
-    return std::exchange(fake.error_handler, handler);
-}
+using hw = snd_pcm_hw_params_t;
+using sw = snd_pcm_sw_params_t;
+using uframes = snd_pcm_uframes_t;
+using pcm_t = snd_pcm_t;
+using status_t = snd_pcm_status_t;
+using sframes = snd_pcm_sframes_t;
 
-const char* snd_strerror(int error) {
-    return std::strerror(-error);
-}
+// snd_pcm_FUNCTION, which the card takes when the last argument is true.
+#define FAKE(function, parameters, taken) \
+    int snd_pcm_##function parameters {   \
+        return enter(#function, taken);   \
+    }
+
+FAKE(nonblock, (pcm_t*, int v), ((fake.blocking = v == 0), true))
+FAKE(prepare, (pcm_t*), put_in_force(SND_PCM_STATE_PREPARED))
+FAKE(start, (pcm_t*), put_in_force(SND_PCM_STATE_RUNNING))
+FAKE(drop, (pcm_t*), put_in_force(SND_PCM_STATE_SETUP))
+FAKE(wait, (pcm_t*, int), true)
+FAKE(status, (pcm_t*, status_t*), true)
+
+FAKE(hw_params_any, (pcm_t*, hw*), true)
+FAKE(hw_params_set_access, (pcm_t*, hw*, snd_pcm_access_t v), ask("access", v))
+FAKE(hw_params_set_channels, (pcm_t*, hw*, unsigned v), ask("channels", v, 1, 2))
+FAKE(hw_params_set_rate, (pcm_t*, hw*, unsigned v, int), ask("rate", v, 8000, 192000))
+FAKE(hw_params_set_periods, (pcm_t*, hw*, unsigned v, int), ask("periods", v, 2, 32))
+FAKE(hw_params_set_period_size_min, (pcm_t*, hw*, uframes* v, int*),
+     ask("period", *v = std::max((*v + 15) / 16 * 16, 64ul), 64, 4096))
+FAKE(hw_params_set_period_size_first, (pcm_t*, hw*, uframes* v, int*),
+     (*v = fake.asked["period"], true))
+FAKE(hw_params, (pcm_t*, hw*), put_in_force(SND_PCM_STATE_PREPARED))
+FAKE(hw_params_test_format, (pcm_t*, hw*, snd_pcm_format_t v),
+     std::count(fake.formats.begin(), fake.formats.end(), v) > 0)
+FAKE(hw_params_set_format, (pcm_t*, hw*, snd_pcm_format_t v),
+     std::count(fake.formats.begin(), fake.formats.end(), v) > 0)
+
+FAKE(sw_params_current, (pcm_t*, sw*), true)
+FAKE(sw_params_set_start_threshold, (pcm_t*, sw*, uframes v), ask("start", v))
+FAKE(sw_params_set_stop_threshold, (pcm_t*, sw*, uframes v), ask("stop", v))
+FAKE(sw_params_set_avail_min, (pcm_t*, sw*, uframes v), ask("avail_min", v))
+FAKE(sw_params_set_silence_threshold, (pcm_t*, sw*, uframes v), ask("silence", v))
+// As the real one: a silence is never longer than the threshold that is set by now.
+FAKE(sw_params_set_silence_size, (pcm_t*, sw*, uframes v),
+     ask("silence_size", v, 0, fake.asked["silence"]))
+FAKE(sw_params_set_tstamp_mode, (pcm_t*, sw*, snd_pcm_tstamp_t v), ask("stamps", v))
+FAKE(sw_params_set_tstamp_type, (pcm_t*, sw*, snd_pcm_tstamp_type_t v), ask("clock", v))
+FAKE(sw_params, (pcm_t*, sw*), put_in_force(fake.state))
+
+// snd_pcm_FUNCTION, which gives an answer and cannot fail.
+#define ANSWER(type, function, parameters, answer) \
+    type snd_pcm_##function parameters {           \
+        return answer;                             \
+    }
+
+ANSWER(int, hw_params_get_channels_min, (const hw*, unsigned* v), (*v = 1, 0))
+ANSWER(int, hw_params_get_channels_max, (const hw*, unsigned* v), (*v = 2, 0))
+ANSWER(int, hw_params_get_rate_min, (const hw*, unsigned* v, int*), (*v = 8000, 0))
+ANSWER(int, hw_params_get_rate_max, (const hw*, unsigned* v, int*), (*v = 192000, 0))
+ANSWER(int, hw_params_get_periods_min, (const hw*, unsigned* v, int*), (*v = 2, 0))
+ANSWER(int, hw_params_get_periods_max, (const hw*, unsigned* v, int*), (*v = 32, 0))
+ANSWER(int, hw_params_get_period_size_min, (const hw*, uframes* v, int*), (*v = 64, 0))
+ANSWER(int, hw_params_get_period_size_max, (const hw*, uframes* v, int*), (*v = 4096, 0))
+ANSWER(int, hw_params_get_period_size, (const hw*, uframes* v, int*), (*v = fake.set["period"], 0))
+ANSWER(int, hw_params_get_buffer_size, (const hw*, uframes* v),
+       (*v = fake.set["period"] * fake.set["periods"], 0))
+ANSWER(int, sw_params_get_boundary, (const sw*, uframes* v), (*v = 1ul << 30, 0))
+ANSWER(int, hw_params_malloc, (hw * *params), make("hw_params_malloc", params))
+ANSWER(void, hw_params_free, (hw * params), give_back(params))
+ANSWER(int, sw_params_malloc, (sw * *params), make("sw_params_malloc", params))
+ANSWER(void, sw_params_free, (sw * params), give_back(params))
+ANSWER(int, close, (pcm_t * pcm), (give_back(pcm), 0))
+ANSWER(sframes, writei, (pcm_t*, const void* data, uframes frames),
+       transfer("writei", data, nullptr, frames))
+ANSWER(sframes, mmap_writei, (pcm_t*, const void* data, uframes frames),
+       transfer("mmap_writei", data, nullptr, frames))
+ANSWER(sframes, readi, (pcm_t*, void* data, uframes frames),
+       transfer("readi", nullptr, data, frames))
+ANSWER(sframes, mmap_readi, (pcm_t*, void* data, uframes frames),
+       transfer("mmap_readi", nullptr, data, frames))
+ANSWER(snd_pcm_state_t, state, (pcm_t*), fake.state)
+ANSWER(size_t, status_sizeof, (), 1)
+ANSWER(snd_pcm_state_t, status_get_state, (const status_t*), fake.state)
+ANSWER(uframes, status_get_avail, (const status_t*), fake.avail)
+ANSWER(void, status_get_htstamp, (const status_t*, timespec* stamp), void(*stamp = fake.stamp))
 
 int snd_pcm_open(snd_pcm_t** pcm, const char* name, snd_pcm_stream_t stream, int mode) {
     fake.name = name;
     fake.direction = stream;
-    fake.open_mode = mode;
-    fake.blocking = (mode & SND_PCM_NONBLOCK) == 0;
-    const int error = fake.enter("open");
-    if (error < 0) {
-        if (!fake.message.empty()) {
-            send_message("an outer layer's complaint");
-            send_message("%s", fake.message.c_str());
-        }
-        return error;
-    }
-    *pcm = new snd_pcm_t();
-    ++fake.open_streams;
-    fake.state = SND_PCM_STATE_OPEN;
-    return 0;
-}
-
-int snd_pcm_close(snd_pcm_t* pcm) {
-    delete pcm;
-    --fake.open_streams;
-    return 0;
-}
-
-int snd_pcm_nonblock(snd_pcm_t*, int nonblock) {
-    fake.blocking = nonblock == 0;
-    return fake.enter("nonblock");
-}
-
-snd_pcm_state_t snd_pcm_state(snd_pcm_t*) {
-    return fake.state;
-}
-
-int snd_pcm_prepare(snd_pcm_t*) {
-    const int error = fake.enter("prepare");
-    fake.state = error == 0 ? SND_PCM_STATE_PREPARED : fake.state;
-    return error;
-}
-
-int snd_pcm_start(snd_pcm_t*) {
-    const int error = fake.enter("start");
-    fake.state = error == 0 ? SND_PCM_STATE_RUNNING : fake.state;
-    return error;
-}
-
-int snd_pcm_drop(snd_pcm_t*) {
-    fake.state = SND_PCM_STATE_SETUP;
-    return fake.enter("drop");
-}
-
-int snd_pcm_wait(snd_pcm_t*, int) {
-    return fake.enter("wait");
-}
-
-snd_pcm_sframes_t snd_pcm_writei(snd_pcm_t*, const void* data, snd_pcm_uframes_t frames) {
-    return take("writei", data, frames);
-}
-snd_pcm_sframes_t snd_pcm_mmap_writei(snd_pcm_t*, const void* data, snd_pcm_uframes_t frames) {
-    return take("mmap_writei", data, frames);
-}
-snd_pcm_sframes_t snd_pcm_readi(snd_pcm_t*, void* data, snd_pcm_uframes_t frames) {
-    return give("readi", data, frames);
-}
-snd_pcm_sframes_t snd_pcm_mmap_readi(snd_pcm_t*, void* data, snd_pcm_uframes_t frames) {
-    return give("mmap_readi", data, frames);
-}
-
-int snd_pcm_hw_params_malloc(snd_pcm_hw_params_t** params) {
-    const int error = fake.enter("hw_params_malloc");
-    if (error == 0) {
-        *params = new snd_pcm_hw_params_t();
-        ++fake.live_params;
+    fake.opened_blocking = fake.blocking = (mode & SND_PCM_NONBLOCK) == 0;
+    const int error = make("open", pcm);
+    if (error < 0 && !fake.message.empty()) {
+        send_message("an outer layer's complaint");
+        send_message("%s", fake.message.c_str());
     }
     return error;
 }
-void snd_pcm_hw_params_free(snd_pcm_hw_params_t* params) {
-    delete params;
-    --fake.live_params;
+snd_local_error_handler_t snd_lib_error_set_local(snd_local_error_handler_t handler) {
+    return std::exchange(fake.error_handler, handler);
 }
-int snd_pcm_hw_params_any(snd_pcm_t*, snd_pcm_hw_params_t* params) {
-    *params = {};
-    return fake.enter("hw_params_any");
-}
-int snd_pcm_hw_params_set_access(snd_pcm_t*, snd_pcm_hw_params_t*, snd_pcm_access_t access) {
-    fake.software["access"] = access;
-    return fake.enter("set_access");
-}
-int snd_pcm_hw_params_test_format(snd_pcm_t*, snd_pcm_hw_params_t*, snd_pcm_format_t format) {
-    return std::count(fake.formats.begin(), fake.formats.end(), format) > 0 ? 0 : -EINVAL;
-}
-int snd_pcm_hw_params_set_format(snd_pcm_t* pcm, snd_pcm_hw_params_t* params,
-                                 snd_pcm_format_t format) {
-    const int error = fake.enter("set_format");
-    fake.software["format"] = static_cast<unsigned long>(format);
-    return error < 0 ? error : snd_pcm_hw_params_test_format(pcm, params, format);
-}
-int snd_pcm_hw_params_set_channels(snd_pcm_t*, snd_pcm_hw_params_t* params, unsigned value) {
-    params->channels = value;
-    return within(fake.enter("set_channels"), value, fake.channels_min, fake.channels_max);
-}
-int snd_pcm_hw_params_set_rate(snd_pcm_t*, snd_pcm_hw_params_t* params, unsigned value, int) {
-    params->rate = value;
-    return within(fake.enter("set_rate"), value, fake.rate_min, fake.rate_max);
-}
-int snd_pcm_hw_params_set_periods(snd_pcm_t*, snd_pcm_hw_params_t* params, unsigned value, int) {
-    params->periods = value;
-    return within(fake.enter("set_periods"), value, fake.periods_min, fake.periods_max);
-}
-int snd_pcm_hw_params_set_period_size_min(snd_pcm_t*, snd_pcm_hw_params_t* params,
-                                          snd_pcm_uframes_t* value, int*) {
-    const snd_pcm_uframes_t step = fake.period_step;
-    *value = std::max((*value + step - 1) / step * step, fake.period_min);
-    params->period_size = *value;
-    return within(fake.enter("set_period_size_min"), *value, fake.period_min, fake.period_max);
-}
-int snd_pcm_hw_params_set_period_size_first(snd_pcm_t*, snd_pcm_hw_params_t* params,
-                                            snd_pcm_uframes_t* value, int*) {
-    *value = params->period_size;
-    return fake.enter("set_period_size_first");
-}
-int snd_pcm_hw_params(snd_pcm_t*, snd_pcm_hw_params_t*) {
-    const int error = fake.enter("hw_params");
-    fake.state = error == 0 ? SND_PCM_STATE_PREPARED : fake.state;
-    return error;
-}
-
-#define FAKE_RANGE(what, type, low, high)                                                   \
-    int snd_pcm_hw_params_get_##what##_min(const snd_pcm_hw_params_t*, type* value, int*) { \
-        *value = low;                                                                       \
-        return 0;                                                                           \
-    }                                                                                       \
-    int snd_pcm_hw_params_get_##what##_max(const snd_pcm_hw_params_t*, type* value, int*) { \
-        *value = high;                                                                      \
-        return 0;                                                                           \
-    }
-FAKE_RANGE(rate, unsigned, fake.rate_min, fake.rate_max)
-FAKE_RANGE(periods, unsigned, fake.periods_min, fake.periods_max)
-FAKE_RANGE(period_size, snd_pcm_uframes_t, fake.period_min, fake.period_max)
-#undef FAKE_RANGE
-
-int snd_pcm_hw_params_get_channels_min(const snd_pcm_hw_params_t*, unsigned* value) {
-    *value = fake.channels_min;
-    return 0;
-}
-int snd_pcm_hw_params_get_channels_max(const snd_pcm_hw_params_t*, unsigned* value) {
-    *value = fake.channels_max;
-    return 0;
-}
-int snd_pcm_hw_params_get_period_size(const snd_pcm_hw_params_t* params, snd_pcm_uframes_t* value,
-                                      int*) {
-    *value = params->period_size;
-    return 0;
-}
-int snd_pcm_hw_params_get_buffer_size(const snd_pcm_hw_params_t* params, snd_pcm_uframes_t* value) {
-    *value = params->period_size * params->periods;
-    return 0;
-}
-
-int snd_pcm_sw_params_malloc(snd_pcm_sw_params_t** params) {
-    const int error = fake.enter("sw_params_malloc");
-    if (error == 0) {
-        *params = new snd_pcm_sw_params_t();
-        ++fake.live_params;
-    }
-    return error;
-}
-void snd_pcm_sw_params_free(snd_pcm_sw_params_t* params) {
-    delete params;
-    --fake.live_params;
-}
-int snd_pcm_sw_params_current(snd_pcm_t*, snd_pcm_sw_params_t*) {
-    return fake.enter("sw_params_current");
-}
-int snd_pcm_sw_params_get_boundary(const snd_pcm_sw_params_t*, snd_pcm_uframes_t* value) {
-    *value = fake.boundary;
-    return 0;
-}
-int snd_pcm_sw_params_set_start_threshold(snd_pcm_t*, snd_pcm_sw_params_t* params,
-                                          snd_pcm_uframes_t value) {
-    return set_software("start_threshold", params, value);
-}
-int snd_pcm_sw_params_set_stop_threshold(snd_pcm_t*, snd_pcm_sw_params_t* params,
-                                         snd_pcm_uframes_t value) {
-    return set_software("stop_threshold", params, value);
-}
-int snd_pcm_sw_params_set_avail_min(snd_pcm_t*, snd_pcm_sw_params_t* params,
-                                    snd_pcm_uframes_t value) {
-    return set_software("avail_min", params, value);
-}
-int snd_pcm_sw_params_set_silence_threshold(snd_pcm_t*, snd_pcm_sw_params_t* params,
-                                            snd_pcm_uframes_t value) {
-    return set_software("silence_threshold", params, value);
-}
-// As the real one: a silence is never longer than the threshold that is set by now.
-int snd_pcm_sw_params_set_silence_size(snd_pcm_t*, snd_pcm_sw_params_t* params,
-                                       snd_pcm_uframes_t value) {
-    const auto found = params->values.find("silence_threshold");
-    const unsigned long threshold = found != params->values.end() ? found->second : 0;
-    const int error = set_software("silence_size", params, value);
-    return value < fake.boundary && value > threshold ? -EINVAL : error;
-}
-int snd_pcm_sw_params_set_tstamp_mode(snd_pcm_t*, snd_pcm_sw_params_t* params, snd_pcm_tstamp_t v) {
-    return set_software("tstamp_mode", params, static_cast<unsigned long>(v));
-}
-int snd_pcm_sw_params_set_tstamp_type(snd_pcm_t*, snd_pcm_sw_params_t* params,
-                                      snd_pcm_tstamp_type_t value) {
-    return set_software("tstamp_type", params, static_cast<unsigned long>(value));
-}
-int snd_pcm_sw_params(snd_pcm_t*, snd_pcm_sw_params_t* params) {
-    for (const auto& [name, value] : params->values) {
-        fake.software[name] = value;
-    }
-    return fake.enter("sw_params");
-}
-
-size_t snd_pcm_status_sizeof(void) {
-    return sizeof(snd_pcm_status_t);
-}
-int snd_pcm_status(snd_pcm_t*, snd_pcm_status_t* status) {
-    *status = {fake.state, fake.avail, fake.stamp};
-    return fake.enter("status");
-}
-snd_pcm_state_t snd_pcm_status_get_state(const snd_pcm_status_t* status) {
-    return status->state;
-}
-snd_pcm_uframes_t snd_pcm_status_get_avail(const snd_pcm_status_t* status) {
-    return status->avail;
-}
-void snd_pcm_status_get_htstamp(const snd_pcm_status_t* status, snd_htimestamp_t* stamp) {
-    *stamp = status->stamp;
+const char* snd_strerror(int error) {
+    return std::strerror(-error);
 }
 
 }  // extern "C"

@@ -1,23 +1,28 @@
-// Playing into a WAV file: what is in it, when, and over several opens.
+// Playing into a WAV file: what is in it, when, over several opens, and when it cannot grow; and
+// the real alsa-lib, as far as it goes on a machine without a sound card.
 
 #include <atomic>
 #include <cerrno>
 #include <climits>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 #include "tests/support/scratch_dir.h"
 #include "tinyalsa_env.h"
-#include "tinyalsa_wav_reader.h"
 
 namespace {
 
-std::string noise(size_t bytes, unsigned seed) {
+constexpr pcm_config kOdd = {1, 44100, 480, 2, PCM_FORMAT_S24_3LE, 0, 0, 0, 0, 0};
+
+std::string noise(size_t bytes) {
     std::string data(bytes, '\0');
-    for (char& byte : data) {
-        seed = seed * 1664525 + 1013904223;
-        byte = static_cast<char>(seed >> 24);
+    for (size_t i = 0; i < bytes; ++i) {
+        data[i] = static_cast<char>(i * i % 251);
     }
     return data;
 }
@@ -26,186 +31,198 @@ int write_all(const pcm_ptr& handle, const std::string& data) {
     return pcm_write(handle.get(), data.data(), static_cast<unsigned>(data.size()));
 }
 
+std::string read_file(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// Everything that the file must hold.
+std::string wav_of(const std::string& samples, const pcm_config& config = kStereo) {
+    const unsigned bits = pcm_format_to_bits(config.format), frame = config.channels * bits / 8;
+    const bool plain = config.channels <= 2 && bits <= 16;
+    const auto data_bytes = static_cast<unsigned>(samples.size());
+    const unsigned padded = data_bytes + data_bytes % 2;
+    std::string file;
+    const auto add = [&file](const char* tag,
+                             std::initializer_list<std::pair<unsigned, int>> fields) {
+        file += tag;
+        for (const auto& [value, bytes] : fields) {
+            for (int i = 0; i < bytes; ++i) {
+                file += static_cast<char>(value >> (8 * i));
+            }
+        }
+    };
+    add("RIFF", {{(plain ? 36 : 60) + padded, 4}});
+    add("WAVEfmt ", {{plain ? 16 : 40, 4},
+                     {plain ? 1 : 0xFFFE, 2},
+                     {config.channels, 2},
+                     {config.rate, 4},
+                     {config.rate * frame, 4},
+                     {frame, 2},
+                     {bits, 2}});
+    if (!plain) {
+        add("",
+            {{22, 2}, {bits, 2}, {0, 4}, {1, 4}, {0x100000, 4}, {0xAA000080, 4}, {0x719B3800, 4}});
+    }
+    add("data", {{data_bytes, 4}});
+    return file + samples + std::string(padded - data_bytes, '\0');
+}
+
 class TinyalsaWav : public testing::Test {
   protected:
     // Opens, writes and closes, as a stream does between two standbys.
     void play(const std::string& path, const std::string& data,
-              const pcm_config& config = stereo_config()) {
+              const pcm_config& config = kStereo) {
         const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:" + path);
         const pcm_ptr handle = open_pcm(PCM_OUT, config);
-        ASSERT_EQ(pcm_is_ready(handle.get()), 1) << pcm_get_error(handle.get());
         EXPECT_EQ(write_all(handle, data), 0) << pcm_get_error(handle.get());
     }
 
     scratch_dir scratch_;
+    const scoped_env target_{"CORVEX_ALSA_PLAYBACK", "wav:a.wav"};
 };
 
-TEST_F(TinyalsaWav, HoldsExactlyWhatWasWrittenAfterEveryWrite) {
-    const struct {
-        unsigned channels, rate;
-        pcm_format format;
-        unsigned bits;
-    } rows[] = {
-        {2, 48000, PCM_FORMAT_S16_LE, 16},  {1, 8000, PCM_FORMAT_S16_LE, 16},
-        {6, 48000, PCM_FORMAT_S16_LE, 16},  {2, 192000, PCM_FORMAT_S32_LE, 32},
-        {1, 44100, PCM_FORMAT_S24_3LE, 24},
+TEST_F(TinyalsaWav, HoldsExactlyWhatWasWrittenAfterEveryWriteAndOpen) {
+    const pcm_config rows[] = {
+        kStereo,
+        kOdd,
+        {6, 48000, 480, 2, PCM_FORMAT_S16_LE, 0, 0, 0, 0, 0},
+        {2, 192000, 480, 2, PCM_FORMAT_S32_LE, 0, 0, 0, 0, 0},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.channels << " x " << row.bits << " bits");
-        pcm_config config = stereo_config();
-        config.channels = row.channels;
-        config.rate = row.rate;
-        config.format = row.format;
-        const std::string path = std::to_string(row.channels) + "-" + std::to_string(row.bits);
-        const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:" + path);
-        const pcm_ptr handle = open_pcm(PCM_OUT, config);
-        ASSERT_EQ(pcm_is_ready(handle.get()), 1) << pcm_get_error(handle.get());
-        EXPECT_EQ(read_wav(path).samples, "");
+    for (const pcm_config& config : rows) {
         std::string all;
-        for (const unsigned frames : {1u, 480u, 960u, 5000u, 3u}) {
-            const std::string data = noise(pcm_frames_to_bytes(handle.get(), frames), frames);
-            ASSERT_EQ(write_all(handle, data), 0);
-            all += data;
-            const wav_contents wav = read_wav(path);
-            EXPECT_TRUE(wav.samples == all) << wav.samples.size() << " of " << all.size();
-            EXPECT_EQ(wav.channels, row.channels);
-            EXPECT_EQ(wav.rate_hz, row.rate);
-            EXPECT_EQ(wav.bits, row.bits);
-            EXPECT_EQ(wav.block_bytes, row.channels * row.bits / 8);
-            EXPECT_EQ(wav.byte_rate, row.rate * row.channels * row.bits / 8);
+        std::filesystem::remove("a.wav");
+        for (const unsigned reopened : {0u, 1u}) {
+            const pcm_ptr handle = open_pcm(PCM_OUT, config);
+            ASSERT_EQ(pcm_is_ready(handle.get()), 1) << pcm_get_error(handle.get());
+            for (const unsigned frames : {0u, 1u, 5000u, 3u + reopened}) {
+                const std::string data = noise(pcm_frames_to_bytes(handle.get(), frames));
+                ASSERT_EQ(write_all(handle, data), 0);
+                all += data;
+                EXPECT_TRUE(read_file("a.wav") == wav_of(all, config))
+                    << config.channels << " " << all.size();
+            }
         }
     }
 }
 
-TEST_F(TinyalsaWav, ReopeningContinuesTheFileUnderAnyOfItsNames) {
-    const std::string first = noise(400, 1);
-    const std::string second = noise(44, 2);
-    const std::string third = noise(8, 3);
-    play("a.wav", first);
-    play("./a.wav", second);
+TEST_F(TinyalsaWav, ReopeningContinuesTheFileUnderAnyNameButStartsAnotherOver) {
+    play("a.wav", "abcd");
     std::filesystem::create_symlink("a.wav", "link.wav");
-    play("link.wav", third);
-    play("a.wav", "");
-    EXPECT_TRUE(read_wav("a.wav").samples == first + second + third);
-}
-
-TEST_F(TinyalsaWav, ReopeningContinuesBehindAnOddNumberOfBytes) {
-    pcm_config config = stereo_config();
-    config.channels = 1;
-    config.format = PCM_FORMAT_S24_3LE;
-    std::string all;
-    for (unsigned frames = 1; frames < 5; ++frames) {
-        const std::string data = noise(frames * 3, frames);
-        play("odd.wav", data, config);
-        all += data;
-        EXPECT_EQ(read_wav("odd.wav").samples, all);
-    }
+    play("link.wav", "efgh");
+    EXPECT_EQ(read_file("a.wav"), wav_of("abcdefgh"));
+    std::ofstream("a.wav", std::ios::app) << "x";
+    play("a.wav", "ijkl");
+    EXPECT_EQ(read_file("a.wav"), wav_of("ijkl"));
+    std::ofstream("old.wav") << std::string(5000, 'o');
+    play("old.wav", "abcd");
+    EXPECT_EQ(read_file("old.wav"), wav_of("abcd"));
 }
 
 TEST_F(TinyalsaWav, ReopeningWithAnotherLayoutFailsAndLeavesTheFileAlone) {
-    play("a.wav", noise(400, 1));
-    const std::string before = read_file("a.wav");
-    const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:a.wav");
-    void (*const changes[])(pcm_config&) = {
-        [](pcm_config& c) { c.channels = 1; },
-        [](pcm_config& c) { c.rate = 44100; },
-        [](pcm_config& c) { c.format = PCM_FORMAT_S32_LE; },
-    };
-    for (const auto& change : changes) {
-        pcm_config config = stereo_config();
-        change(config);
-        const pcm_ptr handle = open_pcm(PCM_OUT, config);
-        EXPECT_EQ(pcm_is_ready(handle.get()), 0);
-        expect_error(handle, {"a.wav", "another rate, format or channel count"});
-        EXPECT_TRUE(read_file("a.wav") == before);
+    play("a.wav", "abcd");
+    for (const pcm_config& config : {pcm_config{1, 48000, 480, 2, {}, 0, 0, 0, 0, 0},
+                                     {2, 44100, 480, 2, {}, 0, 0, 0, 0, 0},
+                                     {2, 48000, 480, 2, PCM_FORMAT_S32_LE, 0, 0, 0, 0, 0}}) {
+        expect_refused(open_pcm(PCM_OUT, config),
+                       {"a.wav", "another rate, format or channel count"});
+        EXPECT_EQ(read_file("a.wav"), wav_of("abcd"));
     }
-    pcm_config longer = stereo_config();
-    longer.period_size = 1024;  // not part of what is in the file
-    play("a.wav", noise(40, 2), longer);
-    EXPECT_EQ(read_wav("a.wav").samples.size(), 440u);
-}
-
-TEST_F(TinyalsaWav, FilesThatThisProcessDidNotLeaveSoAreStartedOver) {
-    std::ofstream("old.wav") << std::string(5000, 'o');
-    play("old.wav", noise(400, 1));
-    EXPECT_TRUE(read_wav("old.wav").samples == noise(400, 1));
-
-    std::ofstream("old.wav", std::ios::app) << "x";
-    play("old.wav", noise(40, 2));
-    EXPECT_TRUE(read_wav("old.wav").samples == noise(40, 2));
-
-    std::filesystem::remove("old.wav");
-    play("old.wav", noise(4, 3));
-    EXPECT_TRUE(read_wav("old.wav").samples == noise(4, 3));
+    play("a.wav", "efgh", {2, 48000, 1024, 4, {}, 0, 0, 0, 0, 0});  // not part of what is in it
+    EXPECT_EQ(read_file("a.wav"), wav_of("abcdefgh"));
 }
 
 TEST_F(TinyalsaWav, PathsAreTakenAsTheyStand) {
-    const char* const names[] = {
-        "with blank.wav", "a,b.wav",          "it's.wav",  "say \"hi\".wav", "back\\slash.wav",
-        "-dash.wav",      "{type null}",      "a:b:c.wav", "line\nend.wav",  "wav:",
-        "%s%n$HOME.wav",  "\xC3\xA4\xFF.wav", " "};
-    for (const char* name : names) {
-        SCOPED_TRACE(name);
-        play(name, noise(400, 1));
-        EXPECT_TRUE(read_wav(name).samples == noise(400, 1));
-        EXPECT_TRUE(std::filesystem::exists(name));
+    for (const char* name : {"with blank,'\"\\.wav", "-dash", "{type null}", "a:b", "line\nend",
+                             "wav:", "%s%n$HOME", "\xC3\xA4\xFF", " "}) {
+        play(name, "abcd");
+        EXPECT_EQ(read_file(name), wav_of("abcd")) << name;
     }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator("."), {}),
-              std::distance(std::begin(names), std::end(names)));
 }
 
-TEST_F(TinyalsaWav, AFreePaceLeavesTheBufferEmpty) {
-    const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:a.wav");
-    const pcm_ptr handle = open_pcm(PCM_OUT | PCM_MONOTONIC, stereo_config());
-    EXPECT_EQ(write_all(handle, noise(40000, 1)), 0);
-    timespec before = {};
-    clock_gettime(CLOCK_MONOTONIC, &before);
+TEST_F(TinyalsaWav, OpensThatCannotWorkSayWhyAndTouchNoFile) {
+    std::filesystem::create_directory("folder");
+    ASSERT_EQ(mkfifo("fifo", 0600), 0);
+    const struct {
+        std::string target;
+        const char* pace;
+        unsigned channels;
+        pcm_format format;
+        std::initializer_list<const char*> words;
+    } rows[] = {
+        {"wav:", "", 2, PCM_FORMAT_S16_LE, {"path", "missing"}},
+        {"wav:no/a.wav", "", 2, PCM_FORMAT_S16_LE, {"no/a.wav", "No such file"}},
+        {"wav:folder", "", 2, PCM_FORMAT_S16_LE, {"folder", "Is a directory"}},
+        {"wav:fifo", "", 2, PCM_FORMAT_S16_LE, {"cannot open fifo"}},
+        {"wav:/dev/full", "", 2, PCM_FORMAT_S16_LE, {"/dev/full", "No space left"}},
+        {"wav:a.wav", "", 2, PCM_FORMAT_S8, {"S16_LE, S24_3LE or S32_LE", "not S8"}},
+        {"wav:a.wav", "", 40000, PCM_FORMAT_S16_LE, {"too large"}},
+        {"wav:a.wav", "fast", 2, PCM_FORMAT_S16_LE, {"CORVEX_WAV_PACE", "fast", "real or free"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.target);
+        const scoped_env target("CORVEX_ALSA_PLAYBACK", row.target);
+        const scoped_env pace("CORVEX_WAV_PACE", row.pace);
+        const pcm_ptr handle =
+            open_pcm(PCM_OUT, {row.channels, 48000, 480, 2, row.format, 0, 0, 0, 0, 0});
+        expect_refused(handle, row.words);
+        expect_refused(handle, {"CORVEX_ALSA_PLAYBACK", "48000 Hz"});
+        EXPECT_FALSE(std::filesystem::exists("a.wav"));
+    }
+    const scoped_env capture("CORVEX_ALSA_CAPTURE", "wav:a.wav");
+    const pcm_ptr handle = open_pcm(PCM_IN);
+    expect_refused(handle, {"a.wav", "only be played to"});
+}
+
+TEST_F(TinyalsaWav, ASecondWriterFindsTheFileBusyAndAStopEndsThePosition) {
+    const pcm_ptr first = open_pcm(PCM_OUT | PCM_MONOTONIC);
+    EXPECT_EQ(write_all(first, "abcd"), 0);
+    expect_refused(open_pcm(PCM_OUT), {"a.wav", "another stream is writing"});
+    EXPECT_EQ(write_all(first, "efgh"), 0);
+    EXPECT_EQ(read_file("a.wav"), wav_of("abcdefgh"));
     unsigned avail = 0;
-    timespec stamp = {};
-    ASSERT_EQ(pcm_get_htimestamp(handle.get(), &avail, &stamp), 0);
-    EXPECT_EQ(avail, 960u);
-    EXPECT_GE(stamp.tv_sec, before.tv_sec);
-    EXPECT_LE(stamp.tv_sec, before.tv_sec + 100) << "not the monotonic clock";
+    timespec stamp = {}, now = {};
+    EXPECT_EQ(pcm_get_htimestamp(first.get(), &avail, &stamp), 0);
+    EXPECT_EQ(avail, 960u) << "at a free pace all has been played";
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    EXPECT_LE(stamp.tv_sec, now.tv_sec);
+    EXPECT_EQ(pcm_stop(first.get()), 0);
+    EXPECT_EQ(pcm_get_htimestamp(first.get(), &avail, &stamp), -EBADFD);
+    EXPECT_EQ(pcm_start(first.get()), -EBADFD);
+    EXPECT_EQ(write_all(first, "ijkl"), 0);
+    EXPECT_EQ(pcm_get_htimestamp(first.get(), &avail, &stamp), 0);
 }
 
-TEST_F(TinyalsaWav, StoppingEndsThePositionUntilTheNextFrames) {
-    const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:a.wav");
-    const pcm_ptr handle = open_pcm(PCM_OUT, stereo_config());
-    unsigned avail = 77;
-    timespec stamp = {};
-    EXPECT_EQ(pcm_stop(handle.get()), 0);
-    EXPECT_EQ(pcm_get_htimestamp(handle.get(), &avail, &stamp), -EBADFD);
-    EXPECT_EQ(avail, 77u);
-    EXPECT_EQ(pcm_start(handle.get()), -EBADFD);
-    EXPECT_EQ(write_all(handle, noise(4, 1)), 0);
-    EXPECT_EQ(pcm_get_htimestamp(handle.get(), &avail, &stamp), 0);
+TEST_F(TinyalsaWav, AFullDiskKeepsTheWholeFramesAndAValidFile) {
+    rlimit unlimited = {};
+    getrlimit(RLIMIT_FSIZE, &unlimited);
+    const sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
+    const pcm_ptr handle = open_pcm(PCM_OUT, kOdd);
+    const rlimit limit = {68 + 8, unlimited.rlim_max};  // two frames and two bytes
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_LT(write_all(handle, "abcdefghi"), 0);
+    EXPECT_NE(std::string(pcm_get_error(handle.get())).find("no more fits"), std::string::npos);
+    EXPECT_EQ(read_file("a.wav"), wav_of("abcdef", kOdd));
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    signal(SIGXFSZ, handler);
+    EXPECT_EQ(write_all(handle, "ghi"), 0) << "goes on when there is room again";
+    EXPECT_EQ(read_file("a.wav"), wav_of("abcdefghi", kOdd));
 }
 
-// At one frame a second nothing plays within a test.
-TEST_F(TinyalsaWav, ARealPaceFillsTheBuffer) {
-    const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:a.wav");
-    const scoped_env pace("CORVEX_WAV_PACE", "real");
-    pcm_config config = stereo_config();
-    config.rate = 1;
-    config.period_size = 5000;
-    const pcm_ptr handle = open_pcm(PCM_OUT | PCM_NONBLOCK, config);
-    const std::string data = noise(20000 * 4, 1);
-    EXPECT_EQ(pcm_writei(handle.get(), data.data(), 20000), 10000);
-    unsigned avail = UINT_MAX;
-    timespec stamp = {};
-    ASSERT_EQ(pcm_get_htimestamp(handle.get(), &avail, &stamp), 0);
-    EXPECT_LT(avail, 5000u);
-    EXPECT_LT(pcm_writei(handle.get(), data.data(), 20000), 5000);
-    EXPECT_EQ(write_all(handle, data), -EAGAIN);
-    EXPECT_EQ(pcm_stop(handle.get()), 0);
-    EXPECT_EQ(pcm_writei(handle.get(), data.data(), 20000), 10000) << "a stop drops the queue";
+TEST_F(TinyalsaWav, FourGibibytesAreTheEnd) {
+    const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:/dev/null");
+    const pcm_ptr handle = open_pcm(PCM_OUT);
+    const std::string block(16 << 20, '\0');
+    for (int i = 1; i < 256; ++i) {
+        ASSERT_EQ(write_all(handle, block), 0) << i;
+    }
+    EXPECT_EQ(write_all(handle, block), -EFBIG);
 }
 
 TEST_F(TinyalsaWav, PositionsMayBeAskedForWhileAPacedWriteWaits) {
-    const scoped_env target("CORVEX_ALSA_PLAYBACK", "wav:a.wav");
     const scoped_env pace("CORVEX_WAV_PACE", "real");
-    const pcm_ptr handle = open_pcm(PCM_OUT, stereo_config());
-    const std::string data = noise(960 * 4 * 8, 1);
+    const pcm_ptr handle = open_pcm(PCM_OUT);
+    const std::string data = noise(960 * 4 * 8);
     std::atomic<bool> done{false};
     std::thread writer([&] {
         EXPECT_EQ(write_all(handle, data), 0);
@@ -222,7 +239,32 @@ TEST_F(TinyalsaWav, PositionsMayBeAskedForWhileAPacedWriteWaits) {
     }
     writer.join();
     EXPECT_TRUE(seen_queued);
-    EXPECT_TRUE(read_wav("a.wav").samples == data);
+    EXPECT_TRUE(read_file("a.wav") == wav_of(data));
+}
+
+TEST(TinyalsaNullPcm, PlaysAndCapturesThroughTheNullDevice) {
+    const scoped_env playback("CORVEX_ALSA_PLAYBACK", "null");
+    const scoped_env capture("CORVEX_ALSA_CAPTURE", "null");
+    const pcm_ptr out = open_pcm(PCM_OUT), in = open_pcm(PCM_IN | PCM_MONOTONIC);
+    std::string data(20000, 'x');
+    EXPECT_EQ(write_all(out, data), 0) << pcm_get_error(out.get());
+    EXPECT_EQ(pcm_read(in.get(), data.data(), 20000), 0) << pcm_get_error(in.get());
+    unsigned avail = 0;
+    timespec stamp = {};
+    EXPECT_EQ(pcm_get_htimestamp(out.get(), &avail, &stamp), 0);
+    EXPECT_EQ(pcm_stop(out.get()), 0);
+    EXPECT_EQ(pcm_get_htimestamp(out.get(), &avail, &stamp), -EBADFD);
+    EXPECT_EQ(pcm_prepare(out.get()), 0);
+}
+
+TEST(TinyalsaNullPcm, FailingOpensKeepStandardErrorClean) {
+    testing::internal::CaptureStderr();
+    const pcm_ptr card(pcm_open(31, 7, PCM_OUT, &kStereo));
+    const scoped_env playback("CORVEX_ALSA_PLAYBACK", "no_such_pcm_anywhere");
+    const pcm_ptr named = open_pcm(PCM_OUT);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    expect_refused(card, {"hw:31,7 (card 31, device 7)", "No such", "aplay -l"});
+    expect_refused(named, {"Unknown PCM no_such_pcm_anywhere", "CORVEX_ALSA_PLAYBACK"});
 }
 
 }  // namespace
