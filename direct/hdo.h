@@ -52,6 +52,7 @@ int32_t hdo_close(struct avplay_session* hdo);
 void hdo_destroy(struct avplay_session* hdo);
 
 // Obtains the AV-sync source that tunnel streams play against and stores its id, or gives it back.
+// Other threads read the id without a lock: it is stored with store_relaxed().
 int32_t hdo_create_hwsync_source(uint32_t* id);
 int32_t hdo_destroy_hwsync_source(uint32_t id);
 

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* log_tag = "audio_hal";
 
 // How the framework spells values that nobody measured.
-constexpr float unknown_level = -FLT_MAX;
+constexpr float unknown_value = -FLT_MAX;
 constexpr unsigned unknown_number = UINT_MAX;
 
 // The one built-in microphone: where it sits and how it responds differs from board to board.
@@ -29,10 +29,12 @@ void describe_microphone(struct audio_microphone_characteristic_t* mic) {
     mic->location = AUDIO_MICROPHONE_LOCATION_UNKNOWN;
     mic->group = unknown_number;
     mic->index_in_the_group = unknown_number;
-    mic->sensitivity = unknown_level;
-    mic->max_spl = unknown_level;
-    mic->min_spl = unknown_level;
+    mic->sensitivity = unknown_value;
+    mic->max_spl = unknown_value;
+    mic->min_spl = unknown_value;
     mic->directionality = AUDIO_MICROPHONE_DIRECTIONALITY_UNKNOWN;
+    mic->geometric_location = {unknown_value, unknown_value, unknown_value};
+    mic->orientation = {0.0F, 0.0F, 0.0F};
 }
 
 }  // namespace

@@ -98,6 +98,7 @@ int adev_open(const struct hw_module_t* module, const char* name, struct hw_devi
     if (any_null(__func__, device_out)) {
         return -EINVAL;
     }
+    *device_out = nullptr;
     const hal_lock lock(adev_init_lock, log_tag, __func__);
     if (name == nullptr || strcmp(name, AUDIO_HARDWARE_INTERFACE) != 0) {
         HAL_LOGE("%s Invalid name", __func__);

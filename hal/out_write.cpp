@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <errno.h>
+#include <time.h>
 #include <unistd.h>
 
 #include "diag/debug_switches.h"
@@ -18,13 +19,20 @@ constexpr const char* log_tag = "audio_hal";
 // What one usleep() takes on every platform's useconds_t.
 constexpr uint64_t longest_sleep_us = 4'000'000'000;
 
+uint64_t now_us() {
+    struct timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1'000'000 +
+           static_cast<uint64_t>(now.tv_nsec) / 1000;
+}
+
 void sleep_us(uint64_t duration_us) {
     while (duration_us > 0) {
         const uint64_t slice_us = std::min(duration_us, longest_sleep_us);
-        if (usleep(static_cast<useconds_t>(slice_us)) != 0) {
-            return;  // a signal: the caller wants to get on
-        }
-        duration_us -= slice_us;
+        const uint64_t start_us = now_us();
+        const bool slept = usleep(static_cast<useconds_t>(slice_us)) == 0;
+        // A signal ends a sleep early: what is left of it is slept as well.
+        duration_us -= slept ? slice_us : std::min(duration_us, now_us() - start_us);
     }
 }
 
@@ -72,11 +80,7 @@ ssize_t out_write(struct audio_stream_out* stream, const void* buffer, size_t by
         HAL_LOGE("stream is invalide");
         return 0;
     }
-    if (any_null(__func__, buffer)) {
-        return -EINVAL;
-    }
-    if (bytes > INT32_MAX) {
-        HAL_LOGE("%s: %zu bytes are more than one write takes", __func__, bytes);
+    if (bytes > 0 && any_null(__func__, buffer)) {
         return -EINVAL;
     }
     hal_stream_out* const out = to_hal_stream_out(stream);

@@ -28,12 +28,11 @@ uint32_t card_buffer_frames(const struct pcm_config& config) {
     return config.period_size * config.period_count;
 }
 
-void close_card_and_capture_file(struct hpo* hpo) {
+void close_card(struct hpo* hpo) {
     struct pcm* const pcm = withdraw_pcm(hpo);
     if (pcm != nullptr) {
         pcm_close(pcm);
     }
-    close_capture_file(&hpo->capture_file);
 }
 
 }  // namespace
@@ -84,7 +83,11 @@ int32_t hpo_open(struct hpo* hpo) {
 }
 
 int32_t hpo_write(struct hpo* hpo, const void* buffer, size_t bytes) {
-    if (hpo == nullptr || buffer == nullptr || bytes > INT32_MAX) {
+    if (hpo == nullptr) {
+        return -EINVAL;
+    }
+    if (bytes > INT32_MAX) {
+        HAL_LOGE("%s: %zu bytes are more than one write takes", __func__, bytes);
         return -EINVAL;
     }
     const auto accepted = static_cast<int32_t>(bytes);
@@ -160,7 +163,8 @@ int32_t hpo_close(struct hpo* hpo) {
     }
     HAL_LOGD("%s:device(hw:%d:%d)\n", __func__, static_cast<int>(hpo->card),
              static_cast<int>(hpo->pcm_device));
-    close_card_and_capture_file(hpo);
+    close_card(hpo);
+    close_capture_file(&hpo->capture_file);
     return 0;
 }
 
@@ -169,6 +173,7 @@ void hpo_destroy(struct hpo* hpo) {
     if (hpo == nullptr) {
         return;
     }
-    close_card_and_capture_file(hpo);
+    close_capture_file(&hpo->capture_file);
+    close_card(hpo);
     free(hpo);
 }

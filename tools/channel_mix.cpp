@@ -82,43 +82,36 @@ void channel_mix::add_channel(const speaker_layout& out, speaker which, size_t f
         add(out, which, from, 1.0F);
         return;
     }
+    // Where the surrounds go: a pair of the output's own, else its front pair.
     const bool out_has_back = has(out, speaker::back_left);
-    const bool out_has_side = has(out, speaker::side_left);
+    const bool out_has_pair = out_has_back || has(out, speaker::side_left);
+    speaker left = out_has_back ? speaker::back_left : speaker::side_left;
+    speaker right = out_has_back ? speaker::back_right : speaker::side_right;
+    if (!out_has_pair) {
+        left = speaker::front_left;
+        right = speaker::front_right;
+    }
     switch (which) {
         case speaker::front_left:
         case speaker::front_right:
         case speaker::lfe:
-            return;
+            break;
         case speaker::front_center:
             add(out, speaker::front_left, from, minus_3_db);
             add(out, speaker::front_right, from, minus_3_db);
-            return;
+            break;
         case speaker::back_left:
         case speaker::side_left:
-            if (out_has_back || out_has_side) {
-                add(out, out_has_back ? speaker::back_left : speaker::side_left, from, 1.0F);
-            } else {
-                add(out, speaker::front_left, from, minus_3_db);
-            }
-            return;
+            add(out, left, from, out_has_pair ? 1.0F : minus_3_db);
+            break;
         case speaker::back_right:
         case speaker::side_right:
-            if (out_has_back || out_has_side) {
-                add(out, out_has_back ? speaker::back_right : speaker::side_right, from, 1.0F);
-            } else {
-                add(out, speaker::front_right, from, minus_3_db);
-            }
-            return;
+            add(out, right, from, out_has_pair ? 1.0F : minus_3_db);
+            break;
         case speaker::back_center:
-            if (out_has_back || out_has_side) {
-                const bool back = out_has_back;
-                add(out, back ? speaker::back_left : speaker::side_left, from, minus_3_db);
-                add(out, back ? speaker::back_right : speaker::side_right, from, minus_3_db);
-            } else {
-                add(out, speaker::front_left, from, 0.5F);
-                add(out, speaker::front_right, from, 0.5F);
-            }
-            return;
+            add(out, left, from, out_has_pair ? minus_3_db : 0.5F);
+            add(out, right, from, out_has_pair ? minus_3_db : 0.5F);
+            break;
     }
 }
 

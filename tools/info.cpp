@@ -186,16 +186,6 @@ void print_outputs(const hal_device& device) {
     }
 }
 
-// Closes an input stream that opened: the table has its own operation for it.
-struct input_closer {
-    audio_hw_device& table;
-    void operator()(audio_stream_in* stream) const {
-        if (table.close_input_stream != nullptr) {
-            table.close_input_stream(&table, stream);
-        }
-    }
-};
-
 void print_input(const hal_device& device, const char* name, uint32_t rate_hz,
                  audio_channel_mask_t mask) {
     audio_hw_device& table = device.table();
@@ -215,13 +205,15 @@ void print_input(const hal_device& device, const char* name, uint32_t rate_hz,
         print_row(name, "refused: " + status_text(status != 0 ? status : -ENODEV));
         return;
     }
-    const std::unique_ptr<audio_stream_in, input_closer> stream(opened, input_closer{table});
-    const audio_stream& common = stream->common;
+    const audio_stream& common = opened->common;
     char text[96];
     std::snprintf(text, sizeof(text), "accepted: %" PRIu32 " Hz, buffer %zu bytes",
                   common.get_sample_rate ? common.get_sample_rate(&common) : 0,
                   common.get_buffer_size ? common.get_buffer_size(&common) : 0);
     print_row(name, text);
+    if (table.close_input_stream != nullptr) {
+        table.close_input_stream(&table, opened);
+    }
 }
 
 class info_command : public command {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <system_error>
 
 #include "tools/command.h"
@@ -57,21 +58,12 @@ std::unique_ptr<hal_output_stream> open_stream(const hal_device& device, unsigne
     return stream;
 }
 
-// A file's size and time, to tell whether playing really wrote it.
-struct file_state {
-    bool exists = false;
-    uintmax_t size_bytes = 0;
-    fs::file_time_type written;
-
-    explicit file_state(const fs::path& path) {
-        std::error_code error;
-        size_bytes = fs::file_size(path, error);
-        exists = !error;
-        if (exists) {
-            written = fs::last_write_time(path, error);
-        }
-    }
-};
+// Empty for a file that is not there: tells whether playing really wrote it.
+std::optional<fs::file_time_type> time_written(const fs::path& path) {
+    std::error_code error;
+    const fs::file_time_type time = fs::last_write_time(path, error);
+    return error ? std::nullopt : std::optional(time);
+}
 
 class play_command : public command {
   public:
@@ -95,7 +87,7 @@ class play_command : public command {
         audio_file file(file_);
         const sink_device sink = choose_sink({device_, file_, environment()});
         sink.apply();
-        const file_state before(sink.wav_path);
+        const auto written_before = time_written(sink.wav_path);
 
         // From here on every frame that was written shall be kept, whatever ends the run.
         interrupt_guard interrupt;
@@ -111,18 +103,16 @@ class play_command : public command {
             stream_rate_hz_ = stream->sample_rate_hz();
             pcm_source source(file, stream_rate_hz_, customary_layout(channels_));
             progress_line progress(!log.shown());
-            const bool keeps_all = sink.where == sink_device::kind::wav_file;
-            playback player(*stream, source, log, interrupt, progress, !keeps_all);
+            // A file keeps every frame, so it gets no others.
+            playback player(*stream, source, log, interrupt, progress, !sink.is_wav_file());
             report = player.run();
             clipped_samples = source.clipped_samples();
             file_frames_read = source.file_frames_read();
         }
         const std::chrono::duration<double> took = steady_clock::now() - start;
 
-        const file_state after(sink.wav_path);
-        const bool file_missing =
-            sink.where == sink_device::kind::wav_file && report.frames_written > 0 &&
-            (!after.exists || (before.exists && after.written == before.written));
+        const bool file_missing = sink.is_wav_file() && report.frames_written > 0 &&
+                                  time_written(sink.wav_path) == written_before;
         if (report.failure.empty() && file_missing) {
             report.failure = "'" + sink.wav_path.string() +
                              "' was not written: this tinyalsa does not know " + playback_variable +
@@ -131,7 +121,7 @@ class play_command : public command {
         if (!report.failure.empty()) {
             throw tool_error(report.failure);
         }
-        print_summary(file, sink, report, after, took.count());
+        print_summary(file, sink, report, took.count());
         if (!report.interrupted && file_frames_read < file.frames()) {
             std::printf("%-10s the file ends early: it holds %" PRIu64 " of %" PRIu64 " frames\n",
                         "note", file_frames_read, file.frames());
@@ -147,7 +137,7 @@ class play_command : public command {
     }
 
     void print_summary(const audio_file& file, const sink_device& sink,
-                       const playback_report& report, const file_state& wav, double took_s) const {
+                       const playback_report& report, double took_s) const {
         std::printf("%-10s %s (%s; %" PRIu32 " Hz, %u channel%s, %s)\n",
                     report.interrupted ? "interrupted" : "played", file.path().c_str(),
                     file.format_name().c_str(), file.rate_hz(), file.channels(),
@@ -157,9 +147,11 @@ class play_command : public command {
             std::printf("%-10s to %" PRIu32 " Hz, %u channel%s\n", "converted", stream_rate_hz_,
                         channels_, channels_ == 1 ? "" : "s");
         }
-        std::printf("%-10s %s", "to", sink.text().c_str());
-        if (sink.where == sink_device::kind::wav_file && wav.exists) {
-            std::printf(", %" PRIuMAX " bytes", wav.size_bytes);
+        std::printf("%-10s %s", "to", sink.text.c_str());
+        std::error_code error;
+        const uintmax_t size_bytes = fs::file_size(sink.wav_path, error);
+        if (sink.is_wav_file() && !error) {
+            std::printf(", %" PRIuMAX " bytes", size_bytes);
         }
         std::printf("\n%-10s %" PRIu64 " frames (%s) in %" PRIu64 " writes of %zu bytes\n",
                     "written", report.frames_written,

@@ -38,7 +38,7 @@ void rate_converter::feed(const float* in, size_t frames, std::vector<float>& ou
     for (;;) {
         const size_t before = out.size();
         out.resize(before + out_block_frames * channels_);
-        auto in_frames = static_cast<spx_uint32_t>(std::min<size_t>(frames - taken, 1U << 20));
+        auto in_frames = static_cast<spx_uint32_t>(frames - taken);
         auto out_frames = static_cast<spx_uint32_t>(out_block_frames);
         const int error = speex_resampler_process_interleaved_float(
             speex_.get(), in + taken * channels_, &in_frames, out.data() + before, &out_frames);

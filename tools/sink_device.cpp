@@ -70,49 +70,7 @@ bool can_write_file(const fs::path& file) {
     return errno == EEXIST && access(file.c_str(), W_OK) == 0;
 }
 
-sink_device wav_sink(const fs::path& path, const fs::path& input) {
-    require_writable_wav(path, input);
-    sink_device sink{};
-    sink.where = sink_device::kind::wav_file;
-    sink.wav_path = fs::absolute(path).lexically_normal();
-    return sink;
-}
-
-sink_device alsa_sink(const std::string& name) {
-    sink_device sink{};
-    sink.where = sink_device::kind::alsa_name;
-    sink.alsa_name = name;
-    return sink;
-}
-
-sink_device card_sink(const fs::path& proc_asound) {
-    sink_device sink{};
-    sink.where = sink_device::kind::card;
-    sink.card_text = describe_card(proc_asound);
-    return sink;
-}
-
-sink_device wav_beside(const fs::path& input) {
-    const fs::path name = input.stem().string() + ".played.wav";
-    for (const fs::path& folder : {folder_of(input), fs::path(".")}) {
-        if (can_write_file(folder / name)) {
-            return wav_sink(folder / name, input);
-        }
-    }
-    throw tool_error("there is no sound card, and neither '" + folder_of(input).string() +
-                     "' nor the current folder can be written; name a file with "
-                     "--device FOLDER/NAME.wav");
-}
-
-sink_device from_name(const std::string& name, const fs::path& input) {
-    if (starts_with_wav_prefix(name)) {
-        return wav_sink(name.substr(sizeof(wav_prefix) - 1), input);
-    }
-    return alsa_sink(name);
-}
-
-}  // namespace
-
+// Throws tool_error when the file's folder, name or rights do not allow writing it.
 void require_writable_wav(const fs::path& wav, const fs::path& input) {
     std::error_code error;
     if (wav.filename().empty()) {
@@ -135,6 +93,37 @@ void require_writable_wav(const fs::path& wav, const fs::path& input) {
         throw tool_error("'" + wav.string() + "' cannot be written; name a file in another folder");
     }
 }
+
+sink_device wav_sink(const fs::path& path, const fs::path& input) {
+    require_writable_wav(path, input);
+    const fs::path wav = fs::absolute(path).lexically_normal();
+    return {wav_prefix + wav.string(), "WAV file " + wav.string(), wav};
+}
+
+sink_device card_sink(const fs::path& proc_asound) {
+    return {"", describe_card(proc_asound), {}};
+}
+
+sink_device wav_beside(const fs::path& input) {
+    const fs::path name = input.stem().string() + ".played.wav";
+    for (const fs::path& folder : {folder_of(input), fs::path(".")}) {
+        if (can_write_file(folder / name)) {
+            return wav_sink(folder / name, input);
+        }
+    }
+    throw tool_error("there is no sound card, and neither '" + folder_of(input).string() +
+                     "' nor the current folder can be written; name a file with "
+                     "--device FOLDER/NAME.wav");
+}
+
+sink_device from_name(const std::string& name, const fs::path& input) {
+    if (starts_with_wav_prefix(name)) {
+        return wav_sink(name.substr(sizeof(wav_prefix) - 1), input);
+    }
+    return {name, "ALSA PCM '" + name + "'", {}};
+}
+
+}  // namespace
 
 sink_device choose_sink(const sink_request& request) {
     if (request.device.empty()) {
@@ -164,35 +153,10 @@ sink_device choose_sink(const sink_request& request) {
     return from_name(request.device, request.input);
 }
 
-std::string sink_device::variable_value() const {
-    switch (where) {
-        case kind::card:
-            return "";
-        case kind::alsa_name:
-            return alsa_name;
-        case kind::wav_file:
-            return wav_prefix + wav_path.string();
-    }
-    return "";
-}
-
 void sink_device::apply() const {
-    const std::string value = variable_value();
-    const int result =
-        value.empty() ? unsetenv(playback_variable) : setenv(playback_variable, value.c_str(), 1);
+    const int result = variable.empty() ? unsetenv(playback_variable)
+                                        : setenv(playback_variable, variable.c_str(), 1);
     if (result != 0) {
         throw std::system_error(errno, std::generic_category(), "setting the playback device");
     }
-}
-
-std::string sink_device::text() const {
-    switch (where) {
-        case kind::card:
-            return card_text;
-        case kind::alsa_name:
-            return "ALSA PCM '" + alsa_name + "'";
-        case kind::wav_file:
-            return "WAV file " + wav_path.string();
-    }
-    return "";
 }

@@ -5,7 +5,6 @@
 // before the module opens the card.
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -19,19 +18,12 @@ struct sink_request {
 };
 
 struct sink_device {
-    enum class kind { card, alsa_name, wav_file };
+    std::string variable;            // for the environment variable; empty when it has to be unset
+    std::string text;                // for a person: "ALSA PCM 'plughw:1'"
+    std::filesystem::path wav_path;  // a WAV file only, absolute
 
-    kind where;
-    std::string alsa_name;           // alsa_name only
-    std::filesystem::path wav_path;  // wav_file only, absolute
-    std::string card_text;           // card only: the names of the card and its device
-
-    // Value for the environment variable; empty when it has to be unset.
-    std::string variable_value() const;
+    bool is_wav_file() const { return !wav_path.empty(); }
     void apply() const;
-
-    // For a person: "card 0 'Loopback', device 0 'Loopback PCM' (hw:0,0)".
-    std::string text() const;
 };
 
 // The rule of --device:
@@ -43,6 +35,3 @@ struct sink_device {
 //   other     an ALSA PCM of that name
 // Throws tool_error for a sink that cannot work.
 sink_device choose_sink(const sink_request& request);
-
-// Whether a WAV file's folder, name and rights allow writing it; throws tool_error if not.
-void require_writable_wav(const std::filesystem::path& wav, const std::filesystem::path& input);

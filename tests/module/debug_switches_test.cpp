@@ -138,6 +138,19 @@ TEST_F(DebugSwitches, TraceNamesTheOperations) {
     stream->get_presentation_position(stream, &frames64, &time);
     stream->get_next_write_timestamp(stream, &next);
     // These have no trace line.
+    float volume = 0;
+    common->get_sample_rate(common);
+    common->set_sample_rate(common, 48000);
+    common->get_channels(common);
+    common->get_format(common);
+    common->set_format(common, AUDIO_FORMAT_PCM_16_BIT);
+    dev->set_master_volume(dev, 1.0F);
+    dev->get_master_volume(dev, &volume);
+    dev->set_master_mute(dev, false);
+    dev->get_master_mute(dev, &flag);
+    free(dev->get_parameters(dev, "x"));
+    dev->get_input_buffer_size(dev, nullptr);
+    close_stream(open_stream());
     common->get_buffer_size(common);
     stream->get_latency(stream);
     stream->set_volume(stream, 1.0F, 1.0F);

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cfloat>
 #include <climits>
 #include <cstring>
 
@@ -73,8 +74,12 @@ TEST_F(DeviceControls, AcceptWhatTheyDoNotApply) {
     EXPECT_EQ(dev->set_mode(dev, AUDIO_MODE_IN_CALL), 0);
     EXPECT_EQ(dev->set_parameters(dev, "routing=2;;=="), 0);
     EXPECT_EQ(dev->dump(dev, -1), 0);
-    EXPECT_EQ(log.count("adev_set_mode: adev(" + pointer() + ") mode(2)"), 1);
-    EXPECT_EQ(log.count("adev_set_parameters: kvpairs: routing=2;;=="), 1);
+    EXPECT_EQ(
+        log.count(ANDROID_LOG_DEBUG, "audio_hal", "adev_set_mode: adev(" + pointer() + ") mode(2)"),
+        1);
+    EXPECT_EQ(
+        log.count(ANDROID_LOG_DEBUG, "audio_hal", "adev_set_parameters: kvpairs: routing=2;;=="),
+        1);
 }
 
 TEST_F(DeviceControls, OneInputBufferSizeForEveryConfiguration) {
@@ -83,7 +88,9 @@ TEST_F(DeviceControls, OneInputBufferSizeForEveryConfiguration) {
     config.channel_mask = AUDIO_CHANNEL_IN_MONO;
     EXPECT_EQ(dev->get_input_buffer_size(dev, &config), 4096U);
     EXPECT_EQ(dev->get_input_buffer_size(dev, nullptr), 4096U);
-    EXPECT_EQ(log.count("adev_get_input_buffer_size: adev(0x" + pointer() + ") size(4096)"), 2);
+    EXPECT_EQ(log.count(ANDROID_LOG_DEBUG, "audio_hal",
+                        "adev_get_input_buffer_size: adev(0x" + pointer() + ") size(4096)"),
+              2);
 }
 
 TEST_F(DeviceControls, DescribeOneMicrophoneWhereThereIsRoom) {
@@ -104,6 +111,11 @@ TEST_F(DeviceControls, DescribeOneMicrophoneWhereThereIsRoom) {
     EXPECT_NE(memchr(mics[0].address, 0, sizeof(mics[0].address)), nullptr);
     EXPECT_STRNE(mics[0].device_id, "");
     EXPECT_EQ(mics[0].device, AUDIO_DEVICE_IN_BUILTIN_MIC);
+    EXPECT_EQ(mics[0].channel_mapping[0], AUDIO_MICROPHONE_CHANNEL_MAPPING_DIRECT);
+    EXPECT_EQ(mics[0].channel_mapping[1], AUDIO_MICROPHONE_CHANNEL_MAPPING_UNUSED);
+    EXPECT_EQ(mics[0].group, UINT_MAX);
+    EXPECT_EQ(mics[0].sensitivity, -FLT_MAX);
+    EXPECT_EQ(mics[0].geometric_location.z, -FLT_MAX);
     EXPECT_EQ(mics[0].num_frequency_responses, 0U);
 
     count = 9;
@@ -126,10 +138,14 @@ TEST_F(DeviceControls, ObtainTheAvSyncSourceOnce) {
     EXPECT_EQ(get("hw_av_sync"), "hw_av_sync=4711");
     log.clear();
     EXPECT_EQ(get("x;hw_av_sync=1"), "hw_av_sync=4711");
-    EXPECT_EQ(log.count("Hw sync source(0x1267) already obtained, reuse it\n"), 1);
+    EXPECT_TRUE(log.has(ANDROID_LOG_DEBUG, "audio_hal",
+                        "Hw sync source(0x1267) already obtained, reuse it\n"));
     EXPECT_EQ(direct_output().calls,
               (std::vector<std::string>{"init", "create source", "create source"}));
     EXPECT_EQ(get("sup_channels"), "");
+    to_hal_device(dev)->hw_sync_id = 0x80000001;
+    EXPECT_EQ(get("hw_av_sync"), "hw_av_sync=-2147483647");  // a signed number in the text
+    to_hal_device(dev)->hw_sync_id = 4711;
 }
 
 TEST_F(DeviceControls, RefuseCaptureForNow) {

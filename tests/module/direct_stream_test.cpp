@@ -95,7 +95,9 @@ TEST_F(DirectStream, ControlsRunUnderTheStreamsLockAndReportTheBackEndsResult) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         int result = 0;
+        direct_output().in_call = [&] { EXPECT_TRUE(is_held(to_hal_stream_out(stream)->lock)); };
         EXPECT_EQ(calls_of([&] { result = row.call(); }), row.calls);
+        direct_output().in_call = nullptr;
         EXPECT_EQ(result, 0x1234);
         const std::vector<log_line> lines = log.lines();
         ASSERT_EQ(lines.size(), row.lines.size());

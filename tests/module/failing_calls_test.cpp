@@ -3,6 +3,7 @@
 
 #include <cerrno>
 
+#include "pcm/hpo.h"
 #include "tests/support/module_fixture.h"
 
 namespace {
@@ -30,11 +31,23 @@ TEST_F(FailingCalls, StreamOpeningFailsAtEachAllocationAndLeavesNothing) {
         ASSERT_LE(failing, 2);
         EXPECT_EQ(last_result, -ENOMEM);
         EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal", expected[failing - 1]), 1);
-        EXPECT_EQ(log.count_containing("hpo_create: calloc size("), failing == 2 ? 1 : 0);
+        EXPECT_EQ(
+            log.count(ANDROID_LOG_ERROR, "audio_hal_hpo",
+                      "hpo_create: calloc size(" + std::to_string(sizeof(struct hpo)) + ") failed"),
+            failing == 2 ? 1 : 0);
         EXPECT_EQ(log.count_containing("return:out"), 0);
     }
     EXPECT_EQ(failing, 3);
     EXPECT_EQ(log.count_containing("hpo_create"), 0);
+}
+
+TEST_F(FailingCalls, BackEndCreationLeavesTheSlotAsItWas) {
+    auto* const before = reinterpret_cast<struct hpo*>(this);
+    struct hpo* slot = before;
+    reset_faults();
+    faults().failing_allocation = 1;
+    EXPECT_EQ(hpo_create(&slot), -ENOMEM);
+    EXPECT_EQ(slot, before);
 }
 
 TEST_F(FailingCalls, ParametersFailAtEachAllocationWithAText) {
@@ -87,7 +100,10 @@ TEST_F(FailingCalls, AFailingFillIsLoggedAndTheStreamWorks) {
     EXPECT_EQ(stream->write(stream, audio(period_bytes).data(), period_bytes),
               static_cast<ssize_t>(period_bytes));
     EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal_hpo", "hpo_open: memset_s value failed"), 1);
-    EXPECT_EQ(get_parameters(stream, "sup_sampling_rates"), "sup_sampling_rates=48000");
+    for (const char* key : {"sup_channels", "sup_formats", "sup_sampling_rates"}) {
+        EXPECT_EQ(get_parameters(stream, key).rfind(std::string(key) + "=", 0), 0U);
+    }
+    EXPECT_EQ(get_parameters(stream, "sup_channels"), "sup_channels=AUDIO_CHANNEL_OUT_STEREO");
     EXPECT_EQ(stream->common.standby(&stream->common), 0);
     close_stream(stream);
 }

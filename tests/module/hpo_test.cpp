@@ -63,6 +63,8 @@ TEST_F(Hpo, SizesAndLatencyFollowConfigurationAndFormat) {
     EXPECT_EQ(stream->get_latency(stream), 20U);
     EXPECT_EQ(log.lines(), (std::vector<log_line>{{ANDROID_LOG_DEBUG, "audio_hal_hpo",
                                                    "hpo_get_latency:latency=20"}}));
+    to_hal_stream_out(stream)->config.rate = 44100;
+    EXPECT_EQ(stream->get_latency(stream), 21U);
     to_hal_stream_out(stream)->config.rate = 0;
     EXPECT_EQ(stream->get_latency(stream), 0U);
     close_stream(stream);
@@ -78,6 +80,7 @@ TEST_F(Hpo, CountsWholeFramesOfWhatTheCardTook) {
 }
 
 TEST_F(Hpo, AStreamWithoutChannelsPlaysButCountsNothing) {
+    property_override(pcm_switch, "true");
     struct audio_stream_out* const stream = open_stream(0, 48000, 0xC0000003, 1);
     write(stream, audio(64));
     EXPECT_EQ(tinyalsa().played.size(), 64U);
@@ -85,6 +88,7 @@ TEST_F(Hpo, AStreamWithoutChannelsPlaysButCountsNothing) {
     EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal_hpo", "hpo_write:64 byte written failed"), 1);
     EXPECT_EQ(stream->common.get_buffer_size(&stream->common), 0U);
     close_stream(stream);
+    EXPECT_EQ(contents("hal_audio.pcm"), "");
 }
 
 TEST_F(Hpo, SaysWhatItOpensAndCloses) {
@@ -164,6 +168,44 @@ TEST_F(Hpo, AnOpenCaptureFileStaysOrGoesAsTheSwitchSays) {
     EXPECT_EQ(back_end(stream)->capture_file, nullptr);
     EXPECT_EQ(contents("hal_audio.pcm"), audio(period_bytes));
     close_stream(stream);
+}
+
+TEST_F(Hpo, CloseEndsTheCardFirstAndDestroyTheFileFirst) {
+    property_override(pcm_switch, "true");
+    for (const bool destroy : {false, true}) {
+        struct audio_stream_out* const stream = open_stream();
+        write(stream, audio(period_bytes));
+        bool asked = false;
+        tinyalsa().in_close = [&] {
+            asked = true;
+            EXPECT_EQ(contents("hal_audio.pcm").size(), destroy ? period_bytes : 0U);
+        };
+        log.clear();
+        if (destroy) {
+            char line[64];
+            snprintf(line, sizeof(line), "hpo_destroy: hpo(%p)",
+                     static_cast<void*>(back_end(stream)));
+            close_stream(stream);
+            EXPECT_EQ(log.lines()[1], (log_line{ANDROID_LOG_DEBUG, "audio_hal_hpo", line}));
+        } else {
+            standby(stream);
+        }
+        EXPECT_TRUE(asked);
+        tinyalsa().in_close = nullptr;
+        if (!destroy) {
+            close_stream(stream);
+        }
+    }
+}
+
+TEST_F(Hpo, ACardThatDoesNotOpenLeavesTheCaptureFileAlone) {
+    std::ofstream("hal_audio.pcm") << "earlier";
+    property_override(pcm_switch, "true");
+    tinyalsa().not_ready = "no such card";
+    struct audio_stream_out* const stream = open_stream();
+    write(stream, audio(period_bytes));
+    close_stream(stream);
+    EXPECT_EQ(contents("hal_audio.pcm"), "earlier");
 }
 
 TEST_F(Hpo, PlaysOnWithoutACaptureFile) {

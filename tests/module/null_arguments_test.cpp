@@ -124,6 +124,7 @@ TEST_F(NullArguments, AreRefusedByTheStream) {
 
 TEST_F(NullArguments, AreRefusedByThePlaybackBackEnd) {
     uint64_t frames = 99;
+    struct hpo ownerless = {};
     check_all({
         {"create", [] { return hpo_create(nullptr); }, -EINVAL},
         {"open", [] { return hpo_open(nullptr); }, -EINVAL},
@@ -131,6 +132,10 @@ TEST_F(NullArguments, AreRefusedByThePlaybackBackEnd) {
         {"latency", [] { return hpo_get_latency(nullptr); }, -EINVAL},
         {"buffer size", [] { return hpo_get_buffer_size(nullptr); }, -EINVAL},
         {"position", [&] { return hpo_get_tstamp(nullptr, &frames); }, 0},
+        {"position: no place", [&] { return hpo_get_tstamp(&ownerless, nullptr); }, 0},
+        {"open: no stream", [&] { return hpo_open(&ownerless); }, -EINVAL},
+        {"latency: no stream", [&] { return hpo_get_latency(&ownerless); }, -EINVAL},
+        {"buffer size: no stream", [&] { return hpo_get_buffer_size(&ownerless); }, -EINVAL},
         {"close", [] { return hpo_close(nullptr); }, -EINVAL},
     });
     EXPECT_EQ(frames, 99U);

@@ -26,13 +26,14 @@ TEST_F(OutPosition, IsWhatWasWrittenLessWhatIsQueued) {
         unsigned avail;
         int htimestamp_result;
         uint64_t expected;
+        bool known;
     } rows[] = {
-        {"all queued", 2, 0, 0, 0},
-        {"one played", 2, 480, 0, 480},
-        {"all played", 2, 960, 0, 960},
-        {"ran dry: not known", 2, 961, 0, 0},
-        {"more queued than written", 1, 0, 0, 0},
-        {"no timestamp: not known", 2, 960, -1, 0},
+        {"all queued", 1, 480, 0, 0, true},
+        {"one played", 2, 480, 0, 480, true},
+        {"all played", 2, 960, 0, 960, true},
+        {"ran dry", 2, 961, 0, 0, false},
+        {"more queued than written", 1, 0, 0, 0, false},
+        {"no timestamp", 2, 960, -1, 0, false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -46,6 +47,10 @@ TEST_F(OutPosition, IsWhatWasWrittenLessWhatIsQueued) {
         uint32_t low = 99;
         EXPECT_EQ(stream->get_render_position(stream, &low), 0);
         EXPECT_EQ(low, row.expected);
+        // What is not known is not stored.
+        uint64_t stored = 99;
+        EXPECT_EQ(hpo_get_tstamp(to_hal_stream_out(stream)->hpo, &stored), 0);
+        EXPECT_EQ(stored, row.known ? row.expected : 99);
         tinyalsa().htimestamp_result = 0;
         close_stream(stream);
     }
@@ -90,10 +95,12 @@ TEST_F(OutPosition, IsStampedWithTheTimeOfTheQuery) {
     EXPECT_LE(ns(stamp), ns(after));
 
     faults().clock_gettime_result = -1;
+    gbEnablePts = 1;
     frames = 99;
     EXPECT_EQ(stream->get_presentation_position(stream, &frames, &stamp), -1);
     EXPECT_EQ(frames, 0U);
     EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal", "clock_gettime failed ffffffff"), 1);
+    EXPECT_EQ(log.count_containing(" dsp_frames(0) ret(0xffffffff)"), 1);
     reset_faults();
     close_stream(stream);
 }

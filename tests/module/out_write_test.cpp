@@ -91,6 +91,36 @@ TEST_F(OutWrite, SleepsForAsLongAsRefusedDataWouldHavePlayed) {
     EXPECT_EQ(tinyalsa().open_handles, 0);
 }
 
+TEST_F(OutWrite, DescribesARefusedWriteByTheStreamsOwnGetters) {
+    tinyalsa().not_ready = "no such card";
+    struct audio_stream_out* const stream = open_stream();
+    log.clear();
+    write(stream, audio(period_bytes));
+    std::vector<log_line> lines = log.lines();
+    lines.erase(lines.begin(), lines.begin() + 2);  // the back end's own
+    EXPECT_EQ(lines, (std::vector<log_line>{
+                         {ANDROID_LOG_ERROR, "audio_hal", "hpo_open failed fffffff4"},
+                         {ANDROID_LOG_DEBUG, "audio_hal",
+                          "out_write: usecase 0 write failed  sleeping for buffer duration"},
+                         {ANDROID_LOG_DEBUG, "audio_hal", "out_get_format: 1"},
+                         {ANDROID_LOG_DEBUG, "audio_hal", "out_get_channels: 3"},
+                         {ANDROID_LOG_VERBOSE, "audio_hal", "out_get_sample_rate: 48000"}}));
+    close_stream(stream);
+}
+
+TEST_F(OutWrite, SleepsOnAfterASignal) {
+    tinyalsa().not_ready = "no such card";
+    struct audio_stream_out* const stream = open_stream();
+    faults().usleep_result = -1;
+    const std::string data(4, '\0');  // refused data is never read
+    EXPECT_EQ(stream->write(stream, data.data(), 192000000), 192000000);
+    // The second sleep is for what the clock says is left of the first.
+    ASSERT_EQ(faults().sleeps_us.size(), 2U);
+    EXPECT_EQ(faults().sleeps_us[0], 1000000000U);
+    EXPECT_LE(faults().sleeps_us[1], 1000000000U);
+    close_stream(stream);
+}
+
 TEST_F(OutWrite, TriesToOpenAgainAtTheNextWrite) {
     tinyalsa().no_handle = true;
     struct audio_stream_out* const stream = open_stream();
@@ -137,27 +167,38 @@ TEST_F(OutWrite, RefusesBadArguments) {
     EXPECT_EQ(stream->write(nullptr, "x", 1), 0);
     EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal", "stream is invalide"), 1);
     EXPECT_EQ(stream->write(stream, nullptr, 4), -EINVAL);
+    EXPECT_TRUE(tinyalsa().opens.empty());
+    EXPECT_EQ(stream->write(stream, nullptr, 0), 0);
     EXPECT_EQ(stream->write(stream, "x", static_cast<size_t>(std::numeric_limits<int>::max()) + 1),
               -EINVAL);
-    EXPECT_TRUE(tinyalsa().opens.empty());
     close_stream(stream);
 }
 
-TEST_F(OutWrite, HoldsTheStreamsLockThenTheDevicesWhileItOpens) {
+TEST_F(OutWrite, HoldsTheLocksThatItShould) {
     struct audio_stream_out* const stream = open_stream();
     hal_stream_out* const out = to_hal_stream_out(stream);
-    bool ran = false;
-    tinyalsa().in_open = [&] {
-        ran = true;
-        EXPECT_NE(pthread_mutex_trylock(&out->lock.native), 0);
-        EXPECT_NE(pthread_mutex_trylock(&out->dev->lock.native), 0);
+    std::vector<std::string> seen;
+    const auto look = [&](const char* where) {
+        return [&seen, out, where] {
+            seen.push_back(std::string(where) + (is_held(out->lock) ? " stream" : "") +
+                           (is_held(out->dev->lock) ? " device" : ""));
+        };
     };
+    tinyalsa().in_open = look("open:");
+    tinyalsa().in_write = look("write:");
+    tinyalsa().in_close = look("close:");
+    tinyalsa().in_htimestamp = look("position:");
+    faults().in_usleep = look("sleep:");
     write(stream, audio(period_bytes));
-    EXPECT_TRUE(ran);
-    EXPECT_EQ(pthread_mutex_trylock(&out->lock.native), 0);
-    EXPECT_EQ(pthread_mutex_trylock(&out->dev->lock.native), 0);
-    pthread_mutex_unlock(&out->dev->lock.native);
-    pthread_mutex_unlock(&out->lock.native);
+    write(stream, audio(period_bytes));
+    uint32_t frames = 0;
+    stream->get_render_position(stream, &frames);
+    stream->common.standby(&stream->common);
+    tinyalsa().no_handle = true;
+    write(stream, audio(period_bytes));
+    EXPECT_EQ(seen, (std::vector<std::string>{"open: stream device", "write: stream",
+                                              "write: stream", "position:", "close: stream",
+                                              "open: stream device", "sleep:"}));
     close_stream(stream);
 }
 
@@ -181,7 +222,13 @@ TEST_F(OutWrite, LogsMutexFailuresAndGoesOn) {
 TEST_F(OutWrite, AnInvalidUsecaseIsLoggedByEveryOperation) {
     struct audio_stream_out* const stream = open_stream();
     hal_stream_out* const out = to_hal_stream_out(stream);
-    out->usecase = static_cast<out_usecase>(1);
+    for (const uint32_t invalid : {2U, 5U, 1U}) {
+        out->usecase = static_cast<out_usecase>(invalid);
+        log.clear();
+        EXPECT_EQ(stream->get_latency(stream), 0xFFFFFFFF);
+        EXPECT_EQ(stream->common.get_buffer_size(&stream->common), 0U);
+        EXPECT_EQ(log.lines().back().text, "out_get_buffer_size: 0");
+    }
     log.clear();
     EXPECT_EQ(write(stream, audio(period_bytes)), static_cast<ssize_t>(period_bytes));
     EXPECT_EQ(faults().sleeps_us, (std::vector<uint64_t>{10000}));

@@ -4,8 +4,17 @@
 #include "records/device.h"
 
 namespace {
+
 fake_hdo fake;
+
+void record(const std::string& call) {
+    fake.calls.push_back(call);
+    if (fake.in_call) {
+        fake.in_call();
+    }
 }
+
+}  // namespace
 
 fake_hdo& direct_output() {
     return fake;
@@ -18,15 +27,15 @@ void reset_direct_output() {
 extern "C" {
 
 int32_t __wrap_hdo_init(struct hal_device* device) {
-    fake.calls.emplace_back("init");
+    record("init");
     device->hdo_supported = fake.init_result == 0;
     return fake.init_result;
 }
 void __wrap_hdo_deinit() {
-    fake.calls.emplace_back("deinit");
+    record("deinit");
 }
 int32_t __wrap_hdo_create(struct avplay_session** slot) {
-    fake.calls.emplace_back("create");
+    record("create");
     if (fake.create_result == 0) {
         *slot = new avplay_session{};
         ++fake.records;
@@ -34,11 +43,11 @@ int32_t __wrap_hdo_create(struct avplay_session** slot) {
     return fake.create_result;
 }
 int32_t __wrap_hdo_open(struct avplay_session* hdo) {
-    fake.calls.push_back("open usecase " + std::to_string(hdo->usecase));
+    record("open usecase " + std::to_string(hdo->usecase));
     return fake.open_result;
 }
 int32_t __wrap_hdo_write(struct avplay_session*, const void*, size_t bytes) {
-    fake.calls.push_back("write " + std::to_string(bytes));
+    record("write " + std::to_string(bytes));
     return static_cast<int32_t>(bytes);
 }
 int32_t __wrap_hdo_get_buffer_size(struct avplay_session*) {
@@ -54,39 +63,39 @@ int32_t __wrap_hdo_get_tstamp(struct avplay_session*, uint64_t* frames) {
     return fake.position_result;
 }
 int32_t __wrap_hdo_pause(struct avplay_session*) {
-    fake.calls.emplace_back("pause");
+    record("pause");
     return fake.control_result;
 }
 int32_t __wrap_hdo_resume(struct avplay_session*) {
-    fake.calls.emplace_back("resume");
+    record("resume");
     return fake.control_result;
 }
 int32_t __wrap_hdo_flush(struct avplay_session*) {
-    fake.calls.emplace_back("flush");
+    record("flush");
     return fake.control_result;
 }
 int32_t __wrap_hdo_drain(struct avplay_session*, bool early_notify) {
-    fake.calls.emplace_back(early_notify ? "drain early" : "drain all");
+    record(early_notify ? "drain early" : "drain all");
     return fake.control_result;
 }
 int32_t __wrap_hdo_close(struct avplay_session*) {
-    fake.calls.emplace_back("close");
+    record("close");
     return fake.close_result;
 }
 void __wrap_hdo_destroy(struct avplay_session* hdo) {
-    fake.calls.emplace_back("destroy");
+    record("destroy");
     --fake.records;
     delete hdo;
 }
 int32_t __wrap_hdo_create_hwsync_source(uint32_t* id) {
-    fake.calls.emplace_back("create source");
+    record("create source");
     if (fake.hwsync_result == 0) {
         *id = fake.hwsync_id;
     }
     return fake.hwsync_result;
 }
 int32_t __wrap_hdo_destroy_hwsync_source(uint32_t id) {
-    fake.calls.push_back("destroy source " + std::to_string(id));
+    record("destroy source " + std::to_string(id));
     return fake.hwsync_result;
 }
 

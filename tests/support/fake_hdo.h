@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct fake_hdo {
     int32_t position_result = 0;
     int32_t hwsync_result = 0;
     uint32_t hwsync_id = 0;
+    std::function<void()> in_call;  // runs inside each of the calls below
 
     // Names of the calls in their order, with the argument that matters: "drain early".
     std::vector<std::string> calls;

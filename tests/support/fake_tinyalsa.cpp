@@ -63,6 +63,9 @@ int pcm_close(struct pcm* pcm) {
     if (!check_open(pcm)) {
         return -1;
     }
+    if (tinyalsa().in_close) {
+        tinyalsa().in_close();
+    }
     pcm->open = false;
     --tinyalsa().open_handles;
     return 0;
@@ -80,6 +83,9 @@ const char* pcm_get_error(const struct pcm* pcm) {
 int pcm_write(struct pcm* pcm, const void* data, unsigned bytes) {
     check_open(pcm);
     fake_tinyalsa& fake = tinyalsa();
+    if (fake.in_write) {
+        fake.in_write();
+    }
     const std::lock_guard<std::mutex> lock(records_mutex);
     const auto* const first = static_cast<const unsigned char*>(data);
     fake.played.insert(fake.played.end(), first, first + bytes);

@@ -17,7 +17,9 @@ struct fake_tinyalsa {
     int htimestamp_result = 0;       // of pcm_get_htimestamp
     std::atomic<unsigned> avail{0};  // frames that pcm_get_htimestamp reports
     std::function<void()> in_open;   // runs inside pcm_open
+    std::function<void()> in_write;  // runs inside pcm_write
     std::function<void()> in_htimestamp;  // runs inside pcm_get_htimestamp
+    std::function<void()> in_close;       // runs inside pcm_close
 
     // Records.
     struct open_call {

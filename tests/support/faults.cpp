@@ -6,6 +6,7 @@
 #include <pthread.h>
 #include <time.h>
 #include <unistd.h>
+#include <utility>
 
 #include <cutils/str_parms.h>
 
@@ -81,7 +82,10 @@ int __wrap_clock_gettime(clockid_t clock, struct timespec* time) {
 }
 int __wrap_usleep(useconds_t duration_us) {
     plan.sleeps_us.push_back(duration_us);
-    return 0;
+    if (plan.in_usleep) {
+        plan.in_usleep();
+    }
+    return std::exchange(plan.usleep_result, 0);
 }
 
 }  // extern "C"

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <pthread.h>
 #include <vector>
 
@@ -19,6 +20,8 @@ struct fault_plan {
 
     // What usleep was asked for. It does not sleep.
     std::vector<uint64_t> sleeps_us;
+    std::function<void()> in_usleep;
+    int usleep_result = 0;  // of the next call only
 };
 
 // Of the calling thread.

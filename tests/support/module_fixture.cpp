@@ -69,6 +69,14 @@ std::string module_test::get_parameters(const struct audio_stream_out* stream, c
     return result;
 }
 
+bool is_held(hal_mutex& mutex) {
+    if (pthread_mutex_trylock(&mutex.native) != 0) {
+        return true;
+    }
+    pthread_mutex_unlock(&mutex.native);
+    return false;
+}
+
 std::string audio(size_t bytes, unsigned seed) {
     std::string samples(bytes, '\0');
     uint32_t state = seed * 2654435761U + 1;

@@ -48,6 +48,9 @@ inline bool& standby_of(struct audio_stream_out* stream)
     return to_hal_stream_out(stream)->standby;
 }
 
+// Whether a mutex is held by anyone, this thread included.
+bool is_held(hal_mutex& mutex);
+
 constexpr size_t period_bytes = 1920;  // 480 frames, stereo, 16-bit
 
 // Samples that differ from each other and from period to period.

@@ -1,164 +1,147 @@
-// An audio module without audio: records calls and misbehaves as scripted. See fake_script.h.
+// An audio module without audio. It adds a line to the file "calls" for each call worth checking,
+// adds the bytes written to the file "pcm", and misbehaves as variables FAKE_... tell it:
+//
+//   open_device, open_stream   status that the open answers
+//   open_log                   text of an error line that opening the device logs
+//   rate, mask, format         what the stream answers instead of what was asked
+//   buffer                     buffer size in bytes, instead of 480 frames
+//   write                      half: takes half of each piece; zero; fail: answers -EIO
+//   position                   all: everything written (also when left out); zero; fail: refuses;
+//                              card: a card that starts at 240 frames, plays 50 of them between
+//                              two looks, and answers 0 once it has run dry; stall: stops at 4800
+//   log                        text of an error line that the first write logs
+//   signals                    1: the third write sends the process SIGINT; 2: then SIGTERM as well
+//   bare                       1: all operations that may be absent are absent
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <fstream>
+#include <sstream>
 
 #include <android/log.h>
 #include <hardware/audio.h>
 
-#include "tests/tools/fake_script.h"
-
 namespace {
 
-struct fake_stream {
-    audio_stream_out table;
-    audio_config asked;
-    uint64_t frames_written;
-    uint64_t frames_played;
-    int writes;
-};
-
-fake_stream* of(const audio_stream* common) {
-    return reinterpret_cast<fake_stream*>(const_cast<audio_stream*>(common));
+std::string scripted(const std::string& key) {
+    const char* value = std::getenv(("FAKE_" + key).c_str());
+    return value == nullptr ? "" : value;
 }
 
-fake_stream* of(const audio_stream_out* table) {
-    return reinterpret_cast<fake_stream*>(const_cast<audio_stream_out*>(table));
+uint32_t scripted_number(const std::string& key, uint32_t otherwise) {
+    const std::string text = scripted(key);
+    return text.empty() ? otherwise : static_cast<uint32_t>(std::strtoll(text.c_str(), nullptr, 0));
 }
 
-uint32_t get_sample_rate(const audio_stream* stream) {
-    return static_cast<uint32_t>(scripted_number("rate", of(stream)->asked.sample_rate));
+void record_call(const std::string& line) {
+    std::ofstream("calls", std::ios::app) << line << "\n";
 }
 
-audio_channel_mask_t get_channels(const audio_stream* stream) {
-    return static_cast<uint32_t>(scripted_number("mask", of(stream)->asked.channel_mask));
+void log_scripted(const std::string& key) {
+    if (const std::string text = scripted(key); !text.empty()) {
+        __android_log_write(ANDROID_LOG_ERROR, "fake", text.c_str());
+    }
 }
 
-audio_format_t get_format(const audio_stream* stream) {
-    return static_cast<audio_format_t>(scripted_number("format", of(stream)->asked.format));
-}
+// One device and one stream at a time.
+audio_hw_device device;
+audio_stream_out stream;
+audio_config asked;
+uint64_t frames_written;
+uint64_t frames_played;
+uint32_t writes;
 
-size_t get_buffer_size(const audio_stream* stream) {
-    const uint32_t channels = audio_channel_count_from_out_mask(of(stream)->asked.channel_mask);
-    return static_cast<size_t>(scripted_number("buffer", 480 * 2 * channels));
-}
-
-int standby(audio_stream*) {
-    record_call("standby");
-    return 0;
-}
-
-uint32_t get_latency(const audio_stream_out*) {
-    return 20;
-}
-
-ssize_t write_pcm(audio_stream_out* table, const void* data, size_t bytes) {
-    fake_stream& stream = *of(table);
+ssize_t write_pcm(audio_stream_out*, const void* data, size_t bytes) {
     record_call("write " + std::to_string(bytes));
-    pass_gate();
-    if (++stream.writes == scripted_number("log_at", 1) && !scripted("log", "").empty()) {
-        __android_log_write(ANDROID_LOG_ERROR, "fake", scripted("log", "").c_str());
+    ++writes;
+    if (writes == 1) {
+        log_scripted("log");
+    } else if (writes == 3) {
+        const int signals[] = {SIGINT, SIGTERM};
+        std::for_each_n(signals, scripted_number("signals", 0), raise);
     }
-    const size_t frame_bytes = audio_stream_out_frame_size(table);
-    const std::string behaviour = scripted("write", "");
-    if (behaviour == "zero") {
-        return 0;
-    }
-    if (behaviour == "fail") {
-        return -EIO;
+    const size_t frame_bytes = std::max<size_t>(audio_stream_out_frame_size(&stream), 1);
+    const std::string behaviour = scripted("write");
+    if (behaviour == "zero" || behaviour == "fail") {
+        return behaviour == "zero" ? 0 : -EIO;
     }
     if (behaviour == "half" && bytes / frame_bytes > 1) {
         bytes = bytes / frame_bytes / 2 * frame_bytes;
     }
-    record_pcm(data, bytes);
-    stream.frames_written += bytes / frame_bytes;
-    // A write returns once no more than the card's buffer is queued.
-    const uint64_t buffer_frames = 960;
-    if (stream.frames_written > buffer_frames) {
-        stream.frames_played =
-            std::max(stream.frames_played, stream.frames_written - buffer_frames);
-    }
+    std::ofstream("pcm", std::ios::app) << std::string(static_cast<const char*>(data), bytes);
+    frames_written += bytes / frame_bytes;
+    // A write returns once no more than the card's 960 frames are queued.
+    frames_played = std::max(frames_played, std::max<uint64_t>(frames_written, 960) - 960);
     return static_cast<ssize_t>(bytes);
 }
 
-int get_presentation_position(const audio_stream_out* table, uint64_t* frames, timespec* when) {
-    fake_stream& stream = *of(table);
+int get_presentation_position(const audio_stream_out*, uint64_t* frames, timespec* when) {
     clock_gettime(CLOCK_MONOTONIC, when);
-    const std::string behaviour = scripted("position", "all");
-    if (behaviour == "fail") {
-        return -ENOSYS;
-    }
-    if (behaviour == "zero") {
-        *frames = 0;
-    } else if (behaviour == "stall") {
-        *frames = std::min<uint64_t>(stream.frames_written, 4800);
+    const std::string behaviour = scripted("position");
+    *frames = behaviour == "zero" ? 0 : frames_written;
+    if (behaviour == "stall") {
+        *frames = std::min<uint64_t>(*frames, 4800);
     } else if (behaviour == "card") {
-        const bool started = stream.frames_written >= 240;
-        stream.frames_played += started ? 50 : 0;
-        *frames = stream.frames_played <= stream.frames_written ? stream.frames_played : 0;
-    } else {
-        *frames = stream.frames_written;
+        frames_played += frames_written >= 240 ? 50 : 0;
+        *frames = frames_played <= frames_written ? frames_played : 0;
     }
-    return 0;
+    return behaviour == "fail" ? -ENOSYS : 0;
 }
 
 int open_output_stream(audio_hw_device*, audio_io_handle_t, audio_devices_t devices,
                        audio_output_flags_t flags, audio_config* config,
                        audio_stream_out** stream_out, const char*) {
-    record_call("open_output_stream " + std::to_string(config->sample_rate) + " " +
-                std::to_string(config->channel_mask) + " " + std::to_string(config->format) + " " +
-                std::to_string(devices) + " " + std::to_string(flags));
-    *stream_out = nullptr;
-    const auto status = static_cast<int>(scripted_number("open_stream", 0));
-    if (status != 0) {
-        return status;
-    }
-    auto* stream = new fake_stream{};
-    stream->asked = *config;
+    std::ostringstream call;
+    call << "open_output_stream " << config->sample_rate << " " << config->channel_mask << " "
+         << config->format << " " << devices << " " << flags;
+    record_call(call.str());
+    asked = *config;
+    stream = {};
     if (scripted_number("bare", 0) == 0) {
-        stream->table.common.get_sample_rate = get_sample_rate;
-        stream->table.common.get_channels = get_channels;
-        stream->table.common.get_format = get_format;
-        stream->table.common.get_buffer_size = get_buffer_size;
-        stream->table.common.standby = standby;
-        stream->table.get_latency = get_latency;
-        stream->table.write = write_pcm;
-        stream->table.get_presentation_position = get_presentation_position;
+        stream.common.get_sample_rate = [](const audio_stream*) {
+            return scripted_number("rate", asked.sample_rate);
+        };
+        stream.common.get_channels = [](const audio_stream*) {
+            return scripted_number("mask", asked.channel_mask);
+        };
+        stream.common.get_format = [](const audio_stream*) {
+            return static_cast<audio_format_t>(scripted_number("format", asked.format));
+        };
+        stream.common.get_buffer_size = [](const audio_stream*) {
+            const uint32_t channels = audio_channel_count_from_out_mask(asked.channel_mask);
+            return size_t{scripted_number("buffer", 480 * 2 * channels)};
+        };
+        stream.common.standby = [](audio_stream*) {
+            record_call("standby");
+            return 0;
+        };
+        stream.get_latency = [](const audio_stream_out*) { return 20U; };
+        stream.write = write_pcm;
+        stream.get_presentation_position = get_presentation_position;
     }
-    *stream_out = &stream->table;
-    return 0;
-}
-
-void close_output_stream(audio_hw_device*, audio_stream_out* stream) {
-    record_call("close_output_stream");
-    delete of(stream);
-}
-
-int close_device(hw_device_t* device) {
-    record_call("close_device");
-    delete reinterpret_cast<audio_hw_device*>(device);
-    return 0;
+    *stream_out = &stream;
+    return static_cast<int>(scripted_number("open_stream", 0));
 }
 
 int open_device(const hw_module_t* module, const char* name, hw_device_t** device_out) {
     record_call(std::string("open ") + name);
-    if (!scripted("open_log", "").empty()) {
-        __android_log_write(ANDROID_LOG_ERROR, "fake", scripted("open_log", "").c_str());
-    }
-    const auto status = static_cast<int>(scripted_number("open_device", 0));
-    if (status != 0) {
-        return status;
-    }
-    auto* device = new audio_hw_device{};
-    device->common.tag = HARDWARE_DEVICE_TAG;
-    device->common.version = AUDIO_DEVICE_API_VERSION_2_0;
-    device->common.module = const_cast<hw_module_t*>(module);
-    device->common.close = close_device;
-    device->open_output_stream = open_output_stream;
-    device->close_output_stream = close_output_stream;
-    *device_out = &device->common;
-    return 0;
+    log_scripted("open_log");
+    device.common.tag = HARDWARE_DEVICE_TAG;
+    device.common.version = AUDIO_DEVICE_API_VERSION_2_0;
+    device.common.module = const_cast<hw_module_t*>(module);
+    device.common.close = [](hw_device_t*) {
+        record_call("close_device");
+        return 0;
+    };
+    device.open_output_stream = open_output_stream;
+    device.close_output_stream = [](audio_hw_device*, audio_stream_out*) {
+        record_call("close_output_stream");
+    };
+    *device_out = &device.common;
+    return static_cast<int>(scripted_number("open_device", 0));
 }
 
 hw_module_methods_t methods = {open_device};

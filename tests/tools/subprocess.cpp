@@ -1,127 +1,75 @@
 #include "tests/tools/subprocess.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/mman.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char** environ;
+#include "tests/tools/audio_samples.h"
 
-namespace {
-
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    for (std::string& text : texts) {
-        result.push_back(text.data());
-    }
-    result.push_back(nullptr);
-    return result;
+void finished::expect_error(int code, const std::string& says) const {
+    EXPECT_EQ(exit_code, code);
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(err.rfind("corvex-hal: ", 0), 0U) << err;
+    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    EXPECT_TRUE(has(err, says)) << "expected: " << says << "\nprinted: " << err;
+    EXPECT_TRUE(has(err, "; ")) << err;
 }
 
-std::vector<std::string> merged_environment(const environment& changes) {
-    std::vector<std::string> result;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string text = *entry;
-        if (changes.count(text.substr(0, text.find('='))) == 0) {
-            result.push_back(text);
-        }
+subprocess::subprocess(const words& arguments, const words& variables) {
+    words all = {"env", "CORVEX_PROPERTY_FILE=properties"};
+    for (const char* name :
+         {"CORVEX_ALSA_PLAYBACK", "CORVEX_MODULE_PATH", "CORVEX_WAV_PACE", "XDG_CONFIG_HOME"}) {
+        all.insert(all.begin() + 1, {"-u", name});
     }
-    for (const auto& [key, value] : changes) {
-        if (!value.empty()) {
-            result.push_back(key + "=" + value);
-        }
+    all.insert(all.end(), variables.begin(), variables.end());
+    all.emplace_back(CORVEX_HAL_PROGRAM);
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : all) {
+        argv.push_back(word.data());
     }
-    return result;
-}
-
-std::string content_of(int fd) {
-    std::string text;
-    char block[4096];
-    lseek(fd, 0, SEEK_SET);
-    for (ssize_t got; (got = read(fd, block, sizeof(block))) > 0;) {
-        text.append(block, static_cast<size_t>(got));
-    }
-    return text;
-}
-
-}  // namespace
-
-subprocess::subprocess(const std::vector<std::string>& arguments, const environment& changes,
-                       const std::vector<int>& inherited, int stderr_fd)
-    : out_fd_(memfd_create("stdout", MFD_CLOEXEC)), err_fd_(memfd_create("stderr", MFD_CLOEXEC)) {
-    // All memory is made before the fork; the child only calls the system.
-    std::vector<std::string> argument_texts = arguments;
-    std::vector<std::string> environment_texts = merged_environment(changes);
-    const std::vector<char*> argv = pointers(argument_texts);
-    const std::vector<char*> envp = pointers(environment_texts);
-    const int child_stderr = stderr_fd >= 0 ? stderr_fd : err_fd_;
-    pid_ = fork();
-    if (pid_ == 0) {
-        dup2(out_fd_, STDOUT_FILENO);
-        dup2(child_stderr, STDERR_FILENO);
-        for (const int fd : inherited) {
-            fcntl(fd, F_SETFD, 0);
-        }
-        execve(argv[0], argv.data(), envp.data());
-        _exit(127);
-    }
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "printed.out", flags, 0600);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "printed.err", flags, 0600);
+    EXPECT_EQ(posix_spawnp(&pid_, "env", &files, nullptr, argv.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&files);
 }
 
 subprocess::~subprocess() {
     if (pid_ > 0) {
-        kill(pid_, SIGKILL);
+        send(SIGKILL);
         waitpid(pid_, nullptr, 0);
     }
-    close(out_fd_);
-    close(err_fd_);
-}
-
-void subprocess::send(int signal) const {
-    ASSERT_GT(pid_, 0);
-    ASSERT_EQ(kill(pid_, signal), 0);
 }
 
 finished subprocess::wait() {
-    finished result;
+    const auto printed = [](const char* path) {
+        return std::filesystem::is_regular_file(path) ? read_bytes(path) : "";
+    };
     int status = 0;
-    if (pid_ <= 0 || waitpid(pid_, &status, 0) != pid_) {
-        ADD_FAILURE() << "no process to wait for";
-        return result;
-    }
+    EXPECT_EQ(waitpid(pid_, &status, 0), pid_);
     pid_ = -1;
-    if (WIFEXITED(status)) {
-        result.exit_code = WEXITSTATUS(status);
-    } else {
-        result.signal = WTERMSIG(status);
-    }
-    result.out = content_of(out_fd_);
-    result.err = content_of(err_fd_);
-    return result;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            WIFSIGNALED(status) ? WTERMSIG(status) : 0, printed("printed.out"),
+            printed("printed.err")};
 }
 
-environment clean_environment() {
-    return {{"CORVEX_ALSA_PLAYBACK", ""},
-            {"CORVEX_MODULE_PATH", ""},
-            {"CORVEX_WAV_PACE", ""},
-            {"CORVEX_PROPERTY_FILE", "properties"}};
+finished run_program(const words& arguments, const words& variables) {
+    return subprocess(arguments, variables).wait();
 }
 
-finished run_program(const std::vector<std::string>& arguments, environment changes) {
-    std::vector<std::string> all = {CORVEX_HAL_PROGRAM};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    changes.merge(clean_environment());
-    subprocess program(all, changes);
-    return program.wait();
-}
-
-finished run_with_fake(const std::string& script, std::vector<std::string> arguments,
-                       environment changes) {
+finished run_with_fake(const words& variables, words arguments) {
     arguments.insert(arguments.begin(), {"--module", FAKE_MODULE_FILE});
-    changes["FAKE_HAL_SCRIPT"] = script;
-    return run_program(arguments, changes);
+    return run_program(arguments, variables);
+}
+
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
 }

@@ -1,10 +1,11 @@
-// A program run by a test, with what it printed. Nothing of it outlives the object.
+// corvex-hal run by a test in its current folder, with what it printed: to the files printed.out
+// and printed.err, which a test may make links to devices beforehand. It does not outlive the
+// object.
 #pragma once
 
-#include <map>
+#include <signal.h>
 #include <string>
 #include <sys/types.h>
-#include <utility>
 #include <vector>
 
 struct finished {
@@ -12,35 +13,34 @@ struct finished {
     int signal = 0;      // 0 when it exited by itself
     std::string out;
     std::string err;
+
+    // It ended with this code, printed nothing but one line on standard error, and that says what
+    // is wrong, with this text in it, and what to do.
+    void expect_error(int code, const std::string& says) const;
 };
 
-using environment = std::map<std::string, std::string>;  // an empty value unsets
+using words = std::vector<std::string>;
 
 class subprocess {
   public:
-    // Runs arguments[0]. `stderr_fd`, where given, is the child's standard error (and stays the
-    // caller's). `inherited` are descriptors that the child keeps under their own numbers.
-    subprocess(const std::vector<std::string>& arguments, const environment& changes,
-               const std::vector<int>& inherited = {}, int stderr_fd = -1);
+    // corvex-hal without the sink, modules or properties of whoever runs the test; `variables` are
+    // "NAME=value".
+    explicit subprocess(const words& arguments, const words& variables = {});
     ~subprocess();  // kills what still runs
     subprocess(const subprocess&) = delete;
     subprocess& operator=(const subprocess&) = delete;
 
-    void send(int signal) const;
+    void send(int signal) const { kill(pid_, signal); }
     finished wait();
 
   private:
     pid_t pid_ = -1;
-    int out_fd_ = -1;
-    int err_fd_ = -1;
 };
 
-// A fresh environment for corvex-hal: no sink, module or property file of whoever runs the test.
-environment clean_environment();
+// Runs corvex-hal and waits for it.
+finished run_program(const words& arguments, const words& variables = {});
 
-// Runs corvex-hal with the arguments and waits for it.
-finished run_program(const std::vector<std::string>& arguments, environment changes = {});
+// The same with the fake module, which has variables to tell it how to behave (fake_module.cpp).
+finished run_with_fake(const words& variables, words arguments);
 
-// The same with the fake module, told by `script` how to behave (fake_script.h).
-finished run_with_fake(const std::string& script, std::vector<std::string> arguments,
-                       environment changes = {});
+bool has(const std::string& text, const std::string& part);
