@@ -10,8 +10,14 @@
 typedef uint64_t relaxed_uint64 __attribute__((aligned(8)));
 
 template <typename T>
+constexpr bool is_aligned_to_size() {
+    // False for 64-bit numbers on some 32-bit ABIs.
+    return sizeof(T) <= alignof(T);  // NOLINT(bugprone-sizeof-expression,misc-redundant-expression)
+}
+
+template <typename T>
 T load_relaxed(const T& field) {
-    static_assert(sizeof(T) <= alignof(T), "the field is not aligned to its size");
+    static_assert(is_aligned_to_size<T>(), "use relaxed_uint64");
     T value;
     __atomic_load(&field, &value, __ATOMIC_RELAXED);
     return value;
@@ -19,7 +25,7 @@ T load_relaxed(const T& field) {
 
 template <typename T>
 void store_relaxed(T& field, T value) {
-    static_assert(sizeof(T) <= alignof(T), "the field is not aligned to its size");
+    static_assert(is_aligned_to_size<T>(), "use relaxed_uint64");
     __atomic_store(&field, &value, __ATOMIC_RELAXED);
 }
 

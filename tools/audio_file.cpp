@@ -55,7 +55,7 @@ void require_readable_file(const std::string& path) {
 }
 
 speaker_layout layout_of(SNDFILE* file, int channels) {
-    const speaker_layout customary = customary_layout(static_cast<unsigned>(channels));
+    speaker_layout customary = customary_layout(static_cast<unsigned>(channels));
     std::array<int, max_channels> map{};
     if (sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(),
                    static_cast<int>(static_cast<size_t>(channels) * sizeof(int))) != SF_TRUE) {
