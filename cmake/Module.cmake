@@ -23,6 +23,7 @@ set(CORVEX_MODULE_SOURCES
   hal/out_pcm_config.cpp
   hal/out_position.cpp
   hal/out_write.cpp
+  hal/parsed_parameters.cpp
   hal/stream_frame_size.cpp
   hal/voice_input.cpp
   pcm/hpo.cpp

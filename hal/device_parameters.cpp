@@ -44,20 +44,14 @@ char* adev_get_parameters(const struct audio_hw_device* dev, const char* keys) {
     if (any_null(__func__, dev)) {
         return strdup("");
     }
-    const parsed_parameters query = parse_parameters(keys);
-    if (query == nullptr) {
-        HAL_LOGE("%s: create param fail", __func__);
+    const parameter_query query = parse_query(__func__, keys);
+    if (query.reply == nullptr) {
         return strdup("");
     }
-    const parsed_parameters reply = empty_parameters();
-    if (reply == nullptr) {
-        HAL_LOGE("%s: create param fail", __func__);
-        return strdup("");
+    if (str_parms_has_key(query.keys.get(), hw_av_sync_key)) {
+        answer_hw_av_sync(to_hal_device(dev), query.reply.get());
     }
-    if (str_parms_has_key(query.get(), hw_av_sync_key)) {
-        answer_hw_av_sync(to_hal_device(dev), reply.get());
-    }
-    char* const text = str_parms_to_str(reply.get());
+    char* const text = str_parms_to_str(query.reply.get());
     HAL_LOGD("%s: returns %s", __func__, log_text(text));
     return text;
 }

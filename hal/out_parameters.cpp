@@ -36,9 +36,8 @@ int out_set_parameters(struct audio_stream* stream, const char* kvpairs) {
     if (any_null(__func__, stream)) {
         return -EINVAL;
     }
-    const parsed_parameters request = parse_parameters(kvpairs);
+    const parsed_parameters request = parse_parameters(__func__, kvpairs);
     if (request == nullptr) {
-        HAL_LOGE("%s: create param fail", __func__);
         return -1;
     }
     char value[32];
@@ -55,25 +54,20 @@ char* out_get_parameters(const struct audio_stream* stream, const char* keys) {
     if (any_null(__func__, stream)) {
         return strdup("");
     }
-    const parsed_parameters query = parse_parameters(keys);
-    if (query == nullptr) {
-        HAL_LOGE("%s: create param fail", __func__);
-        return strdup("");
-    }
-    const parsed_parameters reply = empty_parameters();
-    if (reply == nullptr) {
-        HAL_LOGE("%s: create param fail", __func__);
+    const parameter_query query = parse_query(__func__, keys);
+    if (query.reply == nullptr) {
         return strdup("");
     }
     HAL_LOGV("out_get_parameters() enter: keys=%s", keys);
 
     int status = 0;  // of the last key that was handled
     for (const capability_query& each : capability_queries) {
-        if (str_parms_has_key(query.get(), each.key)) {
-            status = each.write(query.get(), reply.get(), each.list(to_hal_stream_out(stream)));
+        if (str_parms_has_key(query.keys.get(), each.key)) {
+            status = each.write(query.keys.get(), query.reply.get(),
+                                each.list(to_hal_stream_out(stream)));
         }
     }
-    char* const result = status != 0 ? str_parms_to_str(reply.get()) : strdup("");
+    char* const result = status != 0 ? str_parms_to_str(query.reply.get()) : strdup("");
     HAL_LOGD("out_get_parameters() exit: returns=%s", log_text(result));
     return result;
 }

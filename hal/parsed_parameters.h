@@ -1,4 +1,4 @@
-// Owner of a str_parms object for a scope.
+// Parameter text, "key=value" pairs joined by ";", parsed for a scope.
 #pragma once
 
 #include <memory>
@@ -9,14 +9,15 @@ struct str_parms_release {
     void operator()(struct str_parms* parms) const { str_parms_destroy(parms); }
 };
 
-// Null when it could not be created.
 using parsed_parameters = std::unique_ptr<struct str_parms, str_parms_release>;
 
-// Parses "key=value" pairs joined by ";". Null text gives null, like text that cannot be parsed.
-inline parsed_parameters parse_parameters(const char* text) {
-    return parsed_parameters(text != nullptr ? str_parms_create_str(text) : nullptr);
-}
+// The parsed text; null, with an error line for the operation, when it is null or memory is short.
+parsed_parameters parse_parameters(const char* operation, const char* text);
 
-inline parsed_parameters empty_parameters() {
-    return parsed_parameters(str_parms_create());
-}
+// A query and the reply that it is to get, still empty.
+struct parameter_query {
+    parsed_parameters keys;
+    parsed_parameters reply;  // null when either could not be created, which is then logged
+};
+
+parameter_query parse_query(const char* operation, const char* keys);

@@ -11,16 +11,14 @@ class CapabilityLists : public module_test {
     // The value that the writer adds for its key, or "(absent)".
     std::string value(writer write, const char* key, const std::vector<uint32_t>& list,
                       int* status) {
-        const parsed_parameters query = parse_parameters(key);
-        const parsed_parameters reply = empty_parameters();
+        const parsed_parameters query = parse_parameters("test", key);
+        const parsed_parameters reply = parsed_parameters(str_parms_create());
         *status = write(query.get(), reply.get(), list.data());
         char text[256] = "(absent)";
         str_parms_get_str(reply.get(), key, text, sizeof(text));
         return text;
     }
 };
-
-const std::string channels_of_five_letters = "AUDIO_CHANNEL_INDEX_MASK_";
 
 }  // namespace
 
@@ -138,8 +136,8 @@ TEST_F(CapabilityLists, AnswerOnlyTheirKey) {
     const uint32_t list[] = {48000, 0};
     for (const writer write :
          {get_parameter_channels, get_parameter_formats, get_parameter_rates}) {
-        const parsed_parameters query = parse_parameters("other=1;sup_=2");
-        const parsed_parameters reply = empty_parameters();
+        const parsed_parameters query = parse_parameters("test", "other=1;sup_=2");
+        const parsed_parameters reply = parsed_parameters(str_parms_create());
         EXPECT_EQ(write(query.get(), reply.get(), list), 0);
         char* const text = str_parms_to_str(reply.get());
         EXPECT_STREQ(text, "");
