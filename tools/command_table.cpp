@@ -12,7 +12,7 @@ const std::vector<command_entry>& command_table() {
          "  corvex-hal play song.flac\n"
          "  corvex-hal play song.flac --device out.wav\n"
          "  corvex-hal play movie.wav --channels 6 --device plughw:1\n"
-         "  corvex-hal play song.flac -v --prop persist.audiohal.log.all=true\n",
+         "  corvex-hal play song.flac -v --prop persist.audiohal.log.all=1\n",
          make_play},
         {"info", "Show the module, its device and what its streams accept",
          "Streams are opened and closed again; nothing is played.\n\n"

@@ -38,7 +38,7 @@ std::pair<std::string, std::string> split_override(const std::string& text) {
     if (equals == std::string::npos || equals == 0) {
         throw tool_error("--prop '" + text +
                              "' is not KEY=VALUE; give for example "
-                             "--prop persist.audiohal.log.all=true",
+                             "--prop persist.audiohal.log.all=1",
                          exit_usage);
     }
     return {text.substr(0, equals), text.substr(equals + 1)};
