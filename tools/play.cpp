@@ -104,7 +104,7 @@ class play_command : public command {
             pcm_source source(file, stream_rate_hz_, customary_layout(channels_));
             progress_line progress(!log.shown());
             // A file keeps every frame, so it gets no others.
-            playback player(*stream, source, log, interrupt, progress, !sink.is_wav_file());
+            playback player(*stream, source, log, interrupt, progress, sink.is_wav_file());
             report = player.run();
             clipped_samples = source.clipped_samples();
             file_frames_read = source.file_frames_read();
@@ -157,9 +157,7 @@ class play_command : public command {
                     "written", report.frames_written,
                     clock_text(report.frames_written, stream_rate_hz_).c_str(), report.writes,
                     report.write_bytes);
-        if (report.ran_dry) {
-            std::printf("%-10s all frames\n", "presented");
-        } else if (report.presented_frames) {
+        if (report.presented_frames) {
             std::printf("%-10s %" PRIu64 " frames\n", "presented", *report.presented_frames);
         } else {
             std::printf("%-10s unknown: the stream gives no position\n", "presented");
@@ -169,11 +167,9 @@ class play_command : public command {
 
     static void print_notes(const playback_report& report, uint64_t clipped_samples,
                             const log_lines& log) {
-        if (report.silence_added) {
-            std::printf(
-                "%-10s the sound is shorter than the card's start threshold, so %zu bytes "
-                "of silence followed it\n",
-                "note", report.write_bytes);
+        if (report.dry_spells > 0) {
+            std::printf("%-10s the card ran dry %u times: there are gaps in the sound\n", "note",
+                        report.dry_spells);
         }
         if (clipped_samples > 0) {
             std::printf("%-10s %" PRIu64 " samples were beyond full scale and clipped\n", "note",

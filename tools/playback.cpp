@@ -21,6 +21,9 @@ constexpr milliseconds standstill_margin(200);
 // However slowly the position moves, the end is not awaited longer than the latency and this.
 constexpr milliseconds play_out_margin(2000);
 
+// Buffers of silence behind the last frame.
+constexpr int silent_tail_buffers = 8;
+
 // So many writes beyond the latency, and a card that plays has presented something.
 constexpr uint64_t silent_writes_allowed = 8;
 
@@ -40,13 +43,13 @@ constexpr std::array<fatal_line, 3> fatal_lines = {{
 }  // namespace
 
 playback::playback(hal_output_stream& stream, pcm_source& source, log_lines& log,
-                   const interrupt_guard& interrupt, progress_line& progress, bool may_add_silence)
+                   const interrupt_guard& interrupt, progress_line& progress, bool sink_keeps_all)
     : stream_(stream),
       source_(source),
       log_(log),
       interrupt_(interrupt),
       progress_(progress),
-      may_add_silence_(may_add_silence),
+      sink_keeps_all_(sink_keeps_all),
       rate_hz_(stream.sample_rate_hz()),
       latency_ms_(stream.latency_ms()),
       latency_frames_(uint64_t{latency_ms_} * rate_hz_ / 1000),
@@ -72,8 +75,12 @@ playback_report playback::run() {
         if (!write_all(reinterpret_cast<const char*>(buffer.data()), frames * frame_bytes_)) {
             return report_;
         }
+        ++report_.writes;
         report_.frames_written += frames;
-        take_position();
+        const uint64_t before = last_position_;
+        if (take_position().value_or(before) < before) {
+            ++report_.dry_spells;
+        }
         if (presents_nothing()) {
             report_.failure = "the module took " + std::to_string(report_.frames_written) +
                               " frames, but its presentation position stays 0; see its log "
@@ -91,7 +98,6 @@ bool playback::write_all(const char* data, size_t bytes) {
     size_t written = 0;
     while (written < bytes) {
         const ssize_t result = stream_.write(data + written, bytes - written);
-        ++report_.writes;
         if (card_failed()) {
             return false;
         }
@@ -133,8 +139,9 @@ std::optional<uint64_t> playback::take_position() {
     if (!position) {
         return std::nullopt;
     }
+    last_position_ = *position;
     // Never backwards: a card that has run dry answers 0. Never beyond our own frames: silence
-    // that was added is not ours.
+    // that follows them is not ours.
     const uint64_t own = std::min(*position, report_.frames_written);
     report_.presented_frames = std::max(report_.presented_frames.value_or(0), own);
     return position;
@@ -151,67 +158,63 @@ void playback::play_out() {
         std::this_thread::sleep_for(milliseconds(std::min(latency_ms_, 2000U)));
         return;
     }
-    wait_for_end(report_.frames_written);
-    const bool never_started = report_.presented_frames.value_or(0) == 0 && !report_.ran_dry;
-    if (never_started && may_add_silence_ && !interrupt_.requested()) {
-        start_with_silence();
+    if (!sink_keeps_all_) {
+        write_silence();
+    }
+    if (report_.failure.empty()) {
+        wait_for_end();
     }
     if (report_.failure.empty() && !report_.interrupted) {
         judge_end();
     }
 }
 
-// Returns when the position reaches `end_frames`, falls back (the card has run dry), stands still,
-// or someone interrupts.
-void playback::wait_for_end(uint64_t end_frames) {
+// A card starts only once enough frames are queued, plays on when nothing follows (what is in its
+// buffer sounds again), and forgets what is queued at standby. So silence follows the sound, enough
+// to push all of it through the buffers of the card and of the plug-ins in front of it.
+void playback::write_silence() {
+    const std::vector<char> silence(report_.write_bytes, 0);
+    for (int i = 0; i < silent_tail_buffers && !interrupt_.requested(); ++i) {
+        if (!write_all(silence.data(), silence.size())) {
+            return;
+        }
+        take_position();
+    }
+}
+
+// Returns when all frames have been presented, when the position stands still, or when someone
+// interrupts. A position that falls back says that the card has played all it had.
+void playback::wait_for_end() {
     const auto start = steady_clock::now();
     const milliseconds latency(std::min(latency_ms_, 10'000U));
-    uint64_t highest = report_.presented_frames.value_or(0);
+    uint64_t highest = last_position_;
     auto last_move = start;
-    while (true) {
-        const auto now = steady_clock::now();
-        const uint64_t position = take_position().value_or(0);
-        if (position >= end_frames) {
-            return;
-        }
-        if (position < highest) {
-            report_.ran_dry = true;
-            return;
-        }
-        if (position > highest) {
-            highest = position;
-            last_move = now;
-        }
-        if (now - last_move > latency + standstill_margin ||
-            now - start > latency + play_out_margin) {
-            return;
-        }
+    while (report_.presented_frames < report_.frames_written) {
         if (interrupt_.requested()) {
             report_.interrupted = true;
             return;
         }
-        progress_.show(highest, frames_total_, rate_hz_, latency_ms_);
+        const auto now = steady_clock::now();
+        const uint64_t position = take_position().value_or(0);
+        if (position < highest) {
+            report_.presented_frames = report_.frames_written;
+        } else if (position > highest) {
+            highest = position;
+            last_move = now;
+        } else if (now - last_move > latency + standstill_margin ||
+                   now - start > latency + play_out_margin) {
+            return;
+        }
+        progress_.show(*report_.presented_frames, frames_total_, rate_hz_, latency_ms_);
         std::this_thread::sleep_for(poll_every);
     }
-}
-
-// A card starts by itself once enough frames are queued. A sound shorter than that would never be
-// heard, so one buffer of silence pushes it over the threshold.
-void playback::start_with_silence() {
-    const std::vector<char> silence(report_.write_bytes, 0);
-    if (!write_all(silence.data(), silence.size())) {
-        return;
-    }
-    report_.silence_added = true;
-    wait_for_end(report_.frames_written);
 }
 
 void playback::judge_end() {
     const uint64_t presented = report_.presented_frames.value_or(0);
     const uint64_t missing = report_.frames_written - presented;
-    // A few frames may still be on their way through a plug-in's buffers. A sound shorter than the
-    // latency may be over between two looks at the position.
-    if (!report_.ran_dry && missing > latency_frames_) {
+    // A few frames may still be on their way through a plug-in's buffers.
+    if (missing > latency_frames_) {
         report_.failure = "the card stood still after " + std::to_string(presented) + " of " +
                           std::to_string(report_.frames_written) +
                           " frames; try again, or another sink with --device";

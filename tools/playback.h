@@ -21,18 +21,17 @@ struct playback_report {
     uint64_t writes = 0;
     size_t write_bytes = 0;                    // size of a full write
     std::optional<uint64_t> presented_frames;  // empty when the stream cannot say
-    bool ran_dry = false;                      // the card played all it had and counted on
-    bool silence_added = false;                // the card needed more frames to start
+    unsigned dry_spells = 0;                   // times that the card ran dry before the end
     bool interrupted = false;
     std::string failure;  // why nobody heard it, or not all of it; empty for success
 };
 
 class playback {
   public:
-    // Borrows everything for its own lifetime. `may_add_silence` is false for a sink that keeps
-    // every frame, such as a file.
+    // Borrows everything for its own lifetime. `sink_keeps_all` is true for a sink that keeps
+    // every frame, such as a file: no silence may follow the sound there.
     playback(hal_output_stream& stream, pcm_source& source, log_lines& log,
-             const interrupt_guard& interrupt, progress_line& progress, bool may_add_silence);
+             const interrupt_guard& interrupt, progress_line& progress, bool sink_keeps_all);
 
     // Writes all of the source and waits until it has been played or the card stands still, for a
     // second or two at most. Leaves the stream out of standby. Throws what the source throws, and
@@ -45,8 +44,8 @@ class playback {
     bool card_failed();
     bool presents_nothing() const;
     void play_out();
-    void wait_for_end(uint64_t end_frames);
-    void start_with_silence();
+    void wait_for_end();
+    void write_silence();
     void judge_end();
 
     hal_output_stream& stream_;
@@ -54,12 +53,13 @@ class playback {
     log_lines& log_;
     const interrupt_guard& interrupt_;
     progress_line& progress_;
-    bool may_add_silence_;
+    bool sink_keeps_all_;
     uint32_t rate_hz_;
     uint32_t latency_ms_;
     uint64_t latency_frames_;
     size_t frame_bytes_;
     size_t buffer_frames_ = 0;
+    uint64_t last_position_ = 0;
     uint64_t frames_total_;
     playback_report report_;
 };

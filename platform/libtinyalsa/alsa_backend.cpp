@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <climits>
 #include <memory>
+#include <unistd.h>
 
 #include "alsa_message.h"
 #include "alsa_params.h"
@@ -25,9 +26,16 @@ snd_pcm_t* stream_of(const pcm& handle) {
     return static_cast<snd_pcm_t*>(handle.stream);
 }
 
+// Whether the card is there and closed to this user, for which alsa-lib says that there is none.
+bool is_forbidden(const pcm_target& target) {
+    const std::string control = "/dev/snd/controlC" + std::to_string(target.card);
+    return !target.from_variable && access(control.c_str(), F_OK) == 0 &&
+           access(control.c_str(), R_OK | W_OK) != 0;
+}
+
 // What the reader of a failed open can do about it.
 const char* find_hint(int error, const pcm_target& target) {
-    switch (error) {
+    switch (is_forbidden(target) ? -EACCES : error) {
         case -ENOENT:
         case -ENODEV:
         case -ENXIO:
@@ -57,7 +65,8 @@ int alsa_open(pcm& handle, const pcm_target& target) {
                              SND_PCM_NONBLOCK);
     if (error < 0) {
         const std::string message = messages.latest();
-        return fail_alsa_open(handle, target, error, message.empty() ? "no such device" : message);
+        return fail_alsa_open(handle, target, error,
+                              message.empty() ? "it does not open" : message);
     }
     stream_ptr stream(opened);
     const pcm_config requested = handle.config;

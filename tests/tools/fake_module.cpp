@@ -8,7 +8,8 @@
 //   write                      half: takes half of each piece; zero; fail: answers -EIO
 //   position                   all: everything written (also when left out); zero; fail: refuses;
 //                              card: a card that starts at 240 frames, plays 50 of them between
-//                              two looks, and answers 0 once it has run dry; stall: stops at 4800
+//                              two looks, and answers 0 once it has run dry; dry: 0 after every
+//                              second write; stall: stops at 4800
 //   log                        text of an error line that the first write logs
 //   signals                    1: the third write sends the process SIGINT; 2: then SIGTERM as well
 //   bare                       1: all operations that may be absent are absent
@@ -84,6 +85,8 @@ int get_presentation_position(const audio_stream_out*, uint64_t* frames, timespe
     *frames = behaviour == "zero" ? 0 : frames_written;
     if (behaviour == "stall") {
         *frames = std::min<uint64_t>(*frames, 4800);
+    } else if (behaviour == "dry") {
+        *frames = writes % 2 == 0 ? 0 : frames_written;
     } else if (behaviour == "card") {
         frames_played += frames_written >= 240 ? 50 : 0;
         *frames = frames_played <= frames_written ? frames_played : 0;
