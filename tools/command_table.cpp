@@ -18,7 +18,7 @@ const std::vector<command_entry>& command_table() {
          "Streams are opened and closed again; nothing is played.\n\n"
          "Examples:\n"
          "  corvex-hal info\n"
-         "  corvex-hal info --module build/dev/lib/hw/audio.primary.corvex.so\n",
+         "  corvex-hal info --module lib/corvex/hw/audio.primary.corvex.so\n",
          make_info},
         {"getprop", "Print one property or all of them",
          "A property that is not set prints as an empty line.\n", make_getprop},
