@@ -167,9 +167,12 @@ class play_command : public command {
 
     static void print_notes(const playback_report& report, uint64_t clipped_samples,
                             const log_lines& log) {
-        if (report.dry_spells > 0) {
-            std::printf("%-10s the card ran dry %u times: there are gaps in the sound\n", "note",
-                        report.dry_spells);
+        if (report.position_losses > 0) {
+            // The module knows no position while more is free than the buffer that it asked for.
+            std::printf(
+                "%-10s the position was lost %u times: the card may have run dry, or its "
+                "buffer is larger than the module's\n",
+                "note", report.position_losses);
         }
         if (clipped_samples > 0) {
             std::printf("%-10s %" PRIu64 " samples were beyond full scale and clipped\n", "note",

@@ -79,7 +79,7 @@ playback_report playback::run() {
         report_.frames_written += frames;
         const uint64_t before = last_position_;
         if (take_position().value_or(before) < before) {
-            ++report_.dry_spells;
+            ++report_.position_losses;
         }
         if (presents_nothing()) {
             report_.failure = "the module took " + std::to_string(report_.frames_written) +

@@ -21,7 +21,7 @@ struct playback_report {
     uint64_t writes = 0;
     size_t write_bytes = 0;                    // size of a full write
     std::optional<uint64_t> presented_frames;  // empty when the stream cannot say
-    unsigned dry_spells = 0;                   // times that the card ran dry before the end
+    unsigned position_losses = 0;              // times that it fell back before the end
     bool interrupted = false;
     std::string failure;  // why nobody heard it, or not all of it; empty for success
 };

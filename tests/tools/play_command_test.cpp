@@ -71,7 +71,7 @@ TEST_F(play_command, CopesWithWhatTheStreamAnswers) {
         {{"FAKE_log=not all was saved"}, 480, "", "E fake: not all was saved"},
         {{"FAKE_position=card"}, 2000, "", "presented  2000 frames\ntook"},
         {{"FAKE_position=card"}, 115, "", "presented  115 frames\ntook"},
-        {{"FAKE_position=dry"}, 4800, "", "the card ran dry 5 times"},
+        {{"FAKE_position=dry"}, 4800, "", "the position was lost 5 times"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.variables));
