@@ -158,7 +158,7 @@ TEST_F(play_command, ClippedSamplesAreCountedAndTheModulesLogIsShown) {
 
 TEST_F(play_command, ProgressShowsOnATerminalAndIsCleared) {
     const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0);
+    ASSERT_EQ(grantpt(terminal) | unlockpt(terminal), 0) << "this needs /dev/pts to be mounted";
     const int program_end = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
     std::filesystem::create_symlink(ptsname(terminal), "printed.err");
     EXPECT_EQ(play({}, 48000).exit_code, 0);
