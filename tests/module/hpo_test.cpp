@@ -13,11 +13,6 @@ namespace {
 
 constexpr const char* pcm_switch = "persist.audiohal.file.pcm";
 
-std::string contents(const char* path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 class Hpo : public module_test {
   protected:
     struct hpo* back_end(struct audio_stream_out* stream) {

@@ -15,29 +15,15 @@
 
 #include "tests/support/log_recorder.h"
 #include "tests/support/scratch_dir.h"
+#include "tests/support/test_audio.h"
 
 namespace {
-
-std::string contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // The samples of a plain 44-byte-header WAV file.
 std::string wav_samples(const std::string& path) {
     const std::string all = contents(path);
     const size_t data = all.find("data");
     return data == std::string::npos ? "no data chunk" : all.substr(data + 8);
-}
-
-std::string audio(size_t bytes) {
-    std::string samples(bytes, '\0');
-    uint32_t state = 7;
-    for (char& byte : samples) {
-        state = state * 1664525U + 1013904223U;
-        byte = static_cast<char>(state >> 24);
-    }
-    return samples;
 }
 
 class LoadedModule : public ::testing::Test {

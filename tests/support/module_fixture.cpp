@@ -76,13 +76,3 @@ bool is_held(hal_mutex& mutex) {
     pthread_mutex_unlock(&mutex.native);
     return false;
 }
-
-std::string audio(size_t bytes, unsigned seed) {
-    std::string samples(bytes, '\0');
-    uint32_t state = seed * 2654435761U + 1;
-    for (char& byte : samples) {
-        state = state * 1664525U + 1013904223U;
-        byte = static_cast<char>(state >> 24);
-    }
-    return samples;
-}

@@ -15,6 +15,7 @@
 #include "tests/support/faults.h"
 #include "tests/support/log_recorder.h"
 #include "tests/support/scratch_dir.h"
+#include "tests/support/test_audio.h"
 
 extern "C" struct hw_module_t HAL_MODULE_INFO_SYM;
 
@@ -52,6 +53,3 @@ inline bool& standby_of(struct audio_stream_out* stream)
 bool is_held(hal_mutex& mutex);
 
 constexpr size_t period_bytes = 1920;  // 480 frames, stereo, 16-bit
-
-// Samples that differ from each other and from period to period.
-std::string audio(size_t bytes, unsigned seed = 1);
