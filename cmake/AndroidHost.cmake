@@ -1,5 +1,5 @@
 # Debian's own builds of the Android base libraries, as imported targets: android::log,
-# android::cutils (here only for str_parms) and their headers.
+# android::cutils (here only for str_parms), android::utils (sp, RefBase, String16) and their headers.
 #
 # The libraries live in a folder of their own that the dynamic linker does not search, so targets
 # that link them carry a run path to it. The headers are system headers: their warnings are not ours.
@@ -15,7 +15,7 @@ if(CMAKE_LIBRARY_ARCHITECTURE)
 endif()
 list(APPEND _android_lib_dirs /usr/lib/android)
 
-foreach(lib log cutils)
+foreach(lib log cutils utils)
   # NO_CACHE-free names: one cache entry a library, so that a user can point at another build of it.
   find_library(ANDROID_${lib}_LIBRARY NAMES ${lib} PATHS ${_android_lib_dirs} NO_DEFAULT_PATH REQUIRED)
   add_library(android::${lib} SHARED IMPORTED)

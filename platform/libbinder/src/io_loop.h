@@ -1,0 +1,59 @@
+// The one thread that waits for sockets. It never runs other people's code and never blocks
+// anywhere else, so that every connection is served whatever the calls do.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+
+namespace corvex_binder {
+
+// Something with a descriptor. Its functions are called on the loop's thread only.
+class endpoint {
+  public:
+    virtual ~endpoint() = default;
+    virtual int fd() const = 0;
+    // `events` as of epoll.
+    virtual void on_events(uint32_t events) = 0;
+    // About twice a second while any endpoint wants ticks.
+    virtual void on_tick() {}
+
+    // Set by add().
+    uint64_t loop_id() const { return loop_id_; }
+
+  private:
+    friend class io_loop;
+    uint64_t loop_id_ = 0;
+};
+
+class io_loop {
+  public:
+    // Starts the thread when it is first asked for. Null, with a line in the log, when it cannot.
+    static io_loop* get();
+
+    // Any thread. Keeps the endpoint until it is removed. False when there is no room for it.
+    bool add(const std::shared_ptr<endpoint>& who, uint32_t events);
+    void set_events(const endpoint& who, uint32_t events);
+    // No call begins afterwards; on other threads than the loop's, one may still be running.
+    void remove(const endpoint& who);
+
+    // One more or one less that wants on_tick(). On the loop's thread only.
+    void want_ticks(int change) { ticks_wanted_ += change; }
+
+  private:
+    io_loop() = default;
+    bool start();
+    static void* run_thread(void* loop);
+    void run();
+    void tick();
+    std::shared_ptr<endpoint> find(uint64_t id);
+
+    int epoll_ = -1;
+    int ticks_wanted_ = 0;
+    std::mutex mutex_;
+    std::map<uint64_t, std::shared_ptr<endpoint>> endpoints_;
+    uint64_t last_id_ = 0;
+};
+
+}  // namespace corvex_binder

@@ -1,0 +1,129 @@
+// Processes that die, on either side.
+
+#include <random>
+
+#include "tests/platform/binder_fixture.h"
+
+using android::IBinder;
+using android::sp;
+
+TEST_F(BinderRemoteTest, DeathIsToldOnceToEachRecipientAndCallsFail) {
+    const sp<death_counter> first = new death_counter;
+    const sp<death_counter> second = new death_counter;
+    const sp<death_counter> unlinked = new death_counter;
+    int cookie = 0;
+    ASSERT_EQ(probe_->linkToDeath(first), android::NO_ERROR);
+    ASSERT_EQ(probe_->linkToDeath(second, &cookie, 7), android::NO_ERROR);
+    ASSERT_EQ(probe_->linkToDeath(unlinked, &cookie), android::NO_ERROR);
+    EXPECT_EQ(probe_->linkToDeath(nullptr), android::BAD_VALUE);
+    EXPECT_EQ(probe_->unlinkToDeath(second), android::NAME_NOT_FOUND);
+    android::wp<IBinder::DeathRecipient> gone;
+    EXPECT_EQ(probe_->unlinkToDeath(nullptr, &cookie, 0, &gone), android::NO_ERROR);
+    EXPECT_EQ(gone, unlinked);
+    service_.end();
+    EXPECT_TRUE(first->reaches(1));
+    EXPECT_TRUE(second->reaches(1));
+    EXPECT_FALSE(probe_->isBinderAlive());
+    EXPECT_EQ(ask(probe_, kEcho, 1, "").status, android::DEAD_OBJECT);
+    EXPECT_EQ(tell(probe_, kNote, 1), android::DEAD_OBJECT);
+    EXPECT_EQ(probe_->pingBinder(), android::DEAD_OBJECT);
+    EXPECT_EQ(probe_->linkToDeath(first), android::DEAD_OBJECT);
+    EXPECT_EQ(probe_->unlinkToDeath(first), android::DEAD_OBJECT);
+    EXPECT_EQ(first->count(), 1);
+    EXPECT_EQ(second->count(), 1);
+    EXPECT_EQ(unlinked->count(), 0);
+    EXPECT_EQ(find("probe"), nullptr);
+}
+
+TEST_F(BinderRemoteTest, RecipientIsNotKeptAliveByItsLink) {
+    sp<death_counter> forgotten = new death_counter;
+    const android::wp<death_counter> weak = forgotten;
+    const sp<death_counter> other = new death_counter;
+    probe_->linkToDeath(forgotten);
+    probe_->linkToDeath(other);
+    forgotten.clear();
+    EXPECT_EQ(weak.promote(), nullptr);
+    service_.end();
+    EXPECT_TRUE(other->reaches(1));
+}
+
+TEST_F(BinderRemoteTest, DeathDuringACallAnswersIt) {
+    EXPECT_EQ(ask(probe_, kDie).status, android::DEAD_OBJECT);
+    child_process again(BINDER_PROBE_SERVICE, {"probe"});
+    const sp<IBinder> blocked = find("probe");
+    ASSERT_NE(blocked, nullptr);
+    android::status_t status = android::NO_ERROR;
+    std::thread caller([&] { status = ask(blocked, kBlock).status; });
+    again.end();
+    caller.join();
+    EXPECT_EQ(status, android::DEAD_OBJECT);
+}
+
+TEST_F(BinderRemoteTest, ServiceIsToldOfItsClientsDeathAndDropsTheirObjects) {
+    // The client is the process of "second", which keeps objects of "probe" and is watched by it.
+    child_process second(BINDER_PROBE_SERVICE, {"second"});
+    const int before = ask(probe_, kObjects).number();
+    const sp<IBinder> client = find("second");
+    ask(client, kKeep, ask(client, kLookUp, "probe").object());
+    sp<IBinder> made = ask(probe_, kMakeObject).object();
+    ask(client, kKeep, made);
+    ask(probe_, kKeep, client);
+    ask(probe_, kWatch, client);
+    made.clear();
+    EXPECT_EQ(ask(probe_, kObjects).number(), before + 1);
+    second.end();
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kDeaths).number() == 1; }));
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kObjects).number() == before; }));
+    EXPECT_EQ(ask(probe_, kNest, 1, client).status, android::DEAD_OBJECT);
+}
+
+TEST_F(BinderRemoteTest, DeathOfAThirdProcessIsPassedOn) {
+    child_process second(BINDER_PROBE_SERVICE, {"second"});
+    const sp<IBinder> there = ask(probe_, kLookUp, "second").object();
+    ask(probe_, kKeep, there);
+    const sp<death_counter> recipient = new death_counter;
+    ASSERT_EQ(there->linkToDeath(recipient), android::NO_ERROR);
+    second.end();
+    EXPECT_TRUE(recipient->reaches(1));
+    EXPECT_FALSE(there->isBinderAlive());
+    EXPECT_TRUE(probe_->isBinderAlive());
+    EXPECT_EQ(ask(there, kEcho, 1, "").status, android::DEAD_OBJECT);
+}
+
+// Objects, calls and one-way calls are in flight both ways when the process is killed.
+TEST_F(BinderTest, KillsAtAnyMomentLeaveNothingBehind) {
+    std::minstd_rand random(1);
+    int files = 0;
+    for (int round = 0; round < 25; ++round) {
+        child_process service(BINDER_PROBE_SERVICE, {"victim"});
+        const sp<IBinder> victim = find("victim");
+        ASSERT_NE(victim, nullptr);
+        const sp<death_counter> told = new death_counter;
+        ASSERT_EQ(victim->linkToDeath(told), android::NO_ERROR);
+        std::vector<std::thread> callers;
+        for (int i = 0; i < 3; ++i) {
+            callers.emplace_back([&] {
+                sp<IBinder> mine = new probe;
+                for (;;) {
+                    const answer nested = ask(victim, kNest, 4, mine);
+                    ask(victim, kKeep, mine);
+                    const answer made = ask(victim, kMakeObject);
+                    if (tell(victim, kNote, 1) == android::DEAD_OBJECT) {
+                        return;
+                    }
+                }
+            });
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 20000));
+        service.end();
+        for (auto& caller : callers) {
+            caller.join();
+        }
+        EXPECT_TRUE(told->reaches(1));
+        EXPECT_TRUE(eventually([&] { return alive() == 0; }));
+        if (round == 0) {
+            files = count_entries("fd");
+        }
+    }
+    EXPECT_TRUE(eventually([&] { return count_entries("fd") <= files; }));
+}

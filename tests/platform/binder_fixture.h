@@ -1,0 +1,70 @@
+// Tests with services in a folder of their own, and in processes of their own.
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+
+#include <binder/IServiceManager.h>
+#include <binder/ProcessState.h>
+
+#include "tests/platform/binder_probe.h"
+#include "tests/support/child_process.h"
+#include "tests/support/log_recorder.h"
+#include "tests/support/scratch_dir.h"
+
+// Waits for something that cannot be waited for otherwise.
+template <typename Predicate>
+bool eventually(Predicate predicate) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while (!predicate()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+class BinderTest : public testing::Test {
+  protected:
+    BinderTest() {
+        setenv("CORVEX_BINDER_DIR", folder().c_str(), 1);
+        setenv("CORVEX_BINDER_WAIT_MS", "0", 1);
+        // A call that hangs fails its test before ctest ends it.
+        setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "60000", 1);
+        android::ProcessState::self()->startThreadPool();
+    }
+
+    std::string folder() const { return scratch_.file("services"); }
+
+    static android::sp<android::IBinder> find(const char* name) {
+        return android::defaultServiceManager()->checkService(android::String16(name));
+    }
+    static android::status_t add(const char* name, const android::sp<android::IBinder>& object) {
+        return android::defaultServiceManager()->addService(android::String16(name), object);
+    }
+
+    static bool lists(const char* name) {
+        const auto names = android::defaultServiceManager()->listServices();
+        return std::count(names.begin(), names.end(), android::String16(name)) == 1;
+    }
+    // Probes in this process that this test has made.
+    int alive() const { return probe::alive() - alive_before_; }
+
+    log_recorder log_;
+
+  private:
+    const int alive_before_ = probe::alive();
+    const scratch_dir scratch_;
+};
+
+// One service, "probe", in a process of its own.
+class BinderRemoteTest : public BinderTest {
+  protected:
+    child_process service_{BINDER_PROBE_SERVICE, {"probe"}};
+    android::sp<android::IBinder> probe_ = find("probe");
+};

@@ -1,0 +1,223 @@
+// Calls and objects between processes.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <binder/IPCThreadState.h>
+
+#include "tests/platform/binder_fixture.h"
+
+using android::IBinder;
+using android::Parcel;
+using android::sp;
+using android::String16;
+
+TEST_F(BinderRemoteTest, CallsCarryDataBothWays) {
+    ASSERT_NE(probe_, nullptr);
+    EXPECT_EQ(probe_->localBinder(), nullptr);
+    const answer echo = ask(probe_, kEcho, -7, "tön");
+    EXPECT_EQ(echo.status, android::NO_ERROR);
+    EXPECT_EQ(echo.number(), -7);
+    EXPECT_EQ(echo.parcel->readString16(), String16("tön"));
+    EXPECT_EQ(probe_->pingBinder(), android::NO_ERROR);
+    EXPECT_TRUE(probe_->isBinderAlive());
+}
+
+TEST_F(BinderRemoteTest, StatusArrivesAndTheReplyHoldsNothingElse) {
+    for (const android::status_t status :
+         {android::BAD_VALUE + 0, android::NO_INIT + 0, android::UNKNOWN_ERROR + 0, -12345}) {
+        const answer failed = ask(probe_, kFail, status);
+        EXPECT_EQ(failed.status, status);
+        EXPECT_EQ(failed.parcel->dataSize(), 0U);
+        EXPECT_EQ(failed.parcel->errorCheck(), status);
+    }
+    EXPECT_EQ(ask(probe_, 0x00ffffff).status, android::UNKNOWN_TRANSACTION);
+    EXPECT_EQ(ask(probe_, kEcho, 1, "x").number(), 1);
+}
+
+TEST_F(BinderRemoteTest, ServiceKnowsItsCaller) {
+    const answer caller = ask(probe_, kCaller);
+    EXPECT_EQ(caller.number(), getpid());
+    EXPECT_EQ(caller.number(), static_cast<int32_t>(getuid()));
+    // One that is called in turn knows that it is the service that calls.
+    const sp<IBinder> mine = new probe;
+    EXPECT_EQ(ask(probe_, kNest, 1, mine).number(), 1);
+    EXPECT_EQ(android::IPCThreadState::self()->getCallingPid(), getpid());
+}
+
+TEST_F(BinderRemoteTest, ParcelsOfAnyAllowedSizeTravelAndLargerOnesAreRefused) {
+    for (const int32_t bytes : {0, 4, 65536, 1024 * 1024}) {
+        const answer large = ask(probe_, kReplyBytes, bytes);
+        EXPECT_EQ(large.status, android::NO_ERROR) << bytes;
+        EXPECT_EQ(large.parcel->dataSize(), static_cast<size_t>(bytes));
+    }
+    EXPECT_EQ(ask(probe_, kReplyBytes, 1024 * 1024 + 4).status, android::FAILED_TRANSACTION);
+    Parcel too_large;
+    too_large.writeInplace(1024 * 1024 + 4);
+    Parcel reply;
+    EXPECT_EQ(probe_->transact(kEcho, too_large, &reply), android::FAILED_TRANSACTION);
+    Parcel too_many;
+    for (int i = 0; i < 65; ++i) {
+        too_many.writeDupFileDescriptor(STDIN_FILENO);
+    }
+    EXPECT_EQ(probe_->transact(kEcho, too_many, &reply), android::FAILED_TRANSACTION);
+    EXPECT_EQ(ask(probe_, kEcho, 1, "x").number(), 1);
+}
+
+TEST_F(BinderRemoteTest, DescriptorsArriveOpen) {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    ASSERT_EQ(write(ends[1], "sound", 5), 5);
+    Parcel data;
+    data.writeFileDescriptor(ends[0]);
+    Parcel reply;
+    ASSERT_EQ(probe_->transact(kReadDescriptor, data, &reply), android::NO_ERROR);
+    EXPECT_EQ(reply.readString16(), String16("sound"));
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(BinderRemoteTest, SameObjectIsTheSameProxyHoweverItComes) {
+    EXPECT_EQ(find("probe"), probe_);
+    const sp<IBinder> made = ask(probe_, kMakeObject).object();
+    ASSERT_NE(made, nullptr);
+    ask(probe_, kKeep, made);
+    EXPECT_EQ(ask(probe_, kKept).object(), made);
+    EXPECT_NE(ask(probe_, kMakeObject).object(), made);
+}
+
+TEST_F(BinderRemoteTest, ObjectThatComesHomeIsItself) {
+    EXPECT_TRUE(ask(probe_, kIsMe, probe_).number());
+    const sp<IBinder> mine = new probe;
+    ask(probe_, kKeep, mine);
+    EXPECT_EQ(ask(probe_, kKept).object(), mine);
+    EXPECT_TRUE(ask(probe_, kIsKept, mine).number());
+    EXPECT_EQ(ask(probe_, kKept).object()->localBinder(), mine->localBinder());
+}
+
+TEST_F(BinderRemoteTest, ReferencesKeepObjectsOnBothSidesAndNoLonger) {
+    const int before = ask(probe_, kObjects).number();
+    {
+        const sp<IBinder> made = ask(probe_, kMakeObject).object();
+        EXPECT_EQ(ask(probe_, kObjects).number(), before + 1);
+        EXPECT_EQ(ask(made, kEcho, 3, "").number(), 3);
+    }
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kObjects).number() == before; }));
+    sp<IBinder> mine = new probe;
+    ask(probe_, kKeep, mine);
+    mine.clear();
+    EXPECT_EQ(alive(), 1);
+    ask(probe_, kDrop);
+    EXPECT_TRUE(eventually([&] { return alive() == 0; }));
+}
+
+// A release that crosses the object being sent again must not lose it.
+TEST_F(BinderRemoteTest, ObjectSurvivesReleasesThatCrossItsSending) {
+    const sp<IBinder> made = ask(probe_, kMakeObject).object();
+    ask(probe_, kKeep, made);
+    const int objects = ask(probe_, kObjects).number();
+    std::vector<std::thread> threads;
+    std::atomic<int> lost{0};
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 300; ++round) {
+                const sp<IBinder> mine = new probe;
+                const sp<IBinder> again = ask(probe_, kKept).object();
+                lost += again == nullptr || ask(again, kEcho, round, "").number() != round;
+                lost += ask(again, kNest, 1, mine).number() != 1;
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(lost, 0);
+    EXPECT_EQ(ask(probe_, kObjects).number(), objects);
+    EXPECT_TRUE(eventually([&] { return alive() == 0; }));
+}
+
+// Deeper than any fixed number of threads that is usual.
+TEST_F(BinderRemoteTest, CallsNestBothWays) {
+    const sp<IBinder> mine = new probe;
+    EXPECT_EQ(ask(probe_, kNest, 40, mine).number(), 40);
+    android::ProcessState::self()->setThreadPoolMaxThreadCount(0);
+    EXPECT_EQ(ask(probe_, kNest, 9, mine).number(), 9);
+    android::ProcessState::self()->setThreadPoolMaxThreadCount(63);
+}
+
+TEST_F(BinderRemoteTest, OnewayCallsOfOneObjectComeOneByOneAndInOrder) {
+    constexpr int kCount = 2000;
+    for (int i = 0; i < kCount; ++i) {
+        ASSERT_EQ(tell(probe_, kNote, i), android::NO_ERROR);
+    }
+    std::vector<int32_t> notes;
+    bool at_once = true;
+    ASSERT_TRUE(eventually([&] {
+        const answer so_far = ask(probe_, kNotes);
+        so_far.parcel->readInt32Vector(&notes);
+        at_once = so_far.parcel->readBool();
+        return notes.size() == kCount;
+    }));
+    EXPECT_FALSE(at_once);
+    EXPECT_TRUE(std::is_sorted(notes.begin(), notes.end()));
+}
+
+TEST_F(BinderRemoteTest, OnewayCallsToAStoppedProcessAreRefusedInTheEndAndNotLost) {
+    service_.send(SIGSTOP);
+    std::string bytes(60000, 'x');
+    int sent = 0;
+    while (tell(probe_, kNote, sent, bytes.c_str()) == android::NO_ERROR) {
+        ASSERT_LT(++sent, 1000);
+    }
+    EXPECT_EQ(tell(probe_, kNote, sent, bytes.c_str()), android::FAILED_TRANSACTION);
+    EXPECT_GT(sent, 5);
+    service_.send(SIGCONT);
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kNotes).number() == sent; }));
+    EXPECT_TRUE(eventually([&] { return tell(probe_, kNote, 0) == android::NO_ERROR; }));
+}
+
+TEST_F(BinderRemoteTest, CallWithoutAnswerTimesOutAndTheConnectionGoesOn) {
+    setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "50", 1);
+    EXPECT_EQ(ask(probe_, kBlock).status, android::TIMED_OUT);
+    EXPECT_EQ(log_.count_containing("has not answered"), 1);
+    service_.send(SIGSTOP);
+    EXPECT_EQ(ask(probe_, kMakeObject).status, android::TIMED_OUT);
+    service_.send(SIGCONT);
+    setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "60000", 1);
+    // The object in the late reply, which nobody has, goes again.
+    EXPECT_EQ(ask(probe_, kUnblock).status, android::NO_ERROR);
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kObjects).number() == 1; }));
+}
+
+TEST_F(BinderRemoteTest, ObjectOfAThirdProcessIsPassedOn) {
+    const child_process second(BINDER_PROBE_SERVICE, {"second"});
+    const sp<IBinder> there = ask(probe_, kLookUp, "second").object();
+    ASSERT_NE(there, nullptr);
+    EXPECT_EQ(ask(there, kEcho, 5, "x").number(), 5);
+    EXPECT_EQ(ask(there, kFail, -99).status, -99);
+    EXPECT_TRUE(ask(probe_, kIsKept, there).number() == 0);
+    // Our own object, there and back through the one in the middle.
+    sp<IBinder> mine = new probe;
+    ASSERT_EQ(ask(there, kKeep, mine).status, android::NO_ERROR);
+    EXPECT_EQ(ask(there, kNest, 6, mine).number(), 6);
+    EXPECT_EQ(ask(there, kKept).object(), mine);
+    ask(there, kDrop);
+    mine.clear();
+    EXPECT_TRUE(eventually([&] { return alive() == 0; }));
+}
+
+TEST_F(BinderRemoteTest, InterfaceNameAndDumpWorkFromAfar) {
+    EXPECT_EQ(probe_->getInterfaceDescriptor(), String16());
+    const sp<IBinder> memory = ask(probe_, kMakeMemory, 4096, 0).object();
+    EXPECT_EQ(memory->getInterfaceDescriptor(), String16("android.utils.IMemory"));
+    EXPECT_EQ(memory->dump(STDERR_FILENO, {}), android::NO_ERROR);
+}
+
+TEST_F(BinderRemoteTest, ServiceOfTheClientIsFoundOverTheSameConnection) {
+    const sp<IBinder> mine = new probe;
+    ASSERT_EQ(add("of.the.client", mine), android::NO_ERROR);
+    EXPECT_EQ(ask(probe_, kLookUp, "of.the.client").object(), mine);
+    const int there = ask(probe_, kOpenFiles).number();
+    EXPECT_EQ(ask(probe_, kLookUp, "of.the.client").object(), mine);
+    EXPECT_EQ(ask(probe_, kOpenFiles).number(), there);
+}

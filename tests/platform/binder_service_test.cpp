@@ -1,0 +1,258 @@
+// Services by name, and the folder in which they are found.
+
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <binder/IInterface.h>
+
+#include "tests/platform/binder_fixture.h"
+
+using android::IBinder;
+using android::sp;
+using android::String16;
+
+namespace {
+
+class IThing : public android::IInterface {
+  public:
+    DECLARE_META_INTERFACE(Thing)
+    virtual int32_t twice(int32_t value) = 0;
+};
+
+class BpThing : public android::BpInterface<IThing> {
+  public:
+    explicit BpThing(const sp<IBinder>& remote) : BpInterface<IThing>(remote) {}
+    int32_t twice(int32_t value) override {
+        android::Parcel data;
+        android::Parcel reply;
+        data.writeInterfaceToken(IThing::getInterfaceDescriptor());
+        data.writeInt32(value);
+        const android::status_t status = remote()->transact(1, data, &reply);
+        return status == android::NO_ERROR ? reply.readInt32() : status;
+    }
+};
+
+IMPLEMENT_META_INTERFACE(Thing, "corvex.test.IThing")
+
+class thing : public android::BnInterface<IThing> {
+  public:
+    int32_t twice(int32_t value) override { return 2 * value; }
+    android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
+                                 uint32_t flags) override {
+        if (code != 1) {
+            return android::BBinder::onTransact(code, data, reply, flags);
+        }
+        CHECK_INTERFACE(IThing, data, reply);
+        return reply->writeInt32(twice(data.readInt32()));
+    }
+};
+
+}  // namespace
+
+TEST_F(BinderTest, LocalServiceIsCalledDirectly) {
+    const sp<IThing> made = new thing;
+    ASSERT_EQ(add("thing", android::IInterface::asBinder(made)), android::NO_ERROR);
+    EXPECT_EQ(find("thing"), android::IInterface::asBinder(made));
+    EXPECT_EQ(android::interface_cast<IThing>(find("thing")), made);
+    sp<IThing> found;
+    ASSERT_EQ(android::getService(String16("thing"), &found), android::NO_ERROR);
+    EXPECT_EQ(found->twice(21), 42);
+    EXPECT_EQ(android::interface_cast<IThing>(nullptr), nullptr);
+    EXPECT_EQ(android::IInterface::asBinder(sp<IThing>()), nullptr);
+    // What is no thing gets a proxy, whose calls the object refuses.
+    const sp<IBinder> other = new android::BBinder;
+    const sp<IThing> not_one = android::interface_cast<IThing>(other);
+    EXPECT_EQ(android::IInterface::asBinder(not_one), other);
+    EXPECT_EQ(not_one->twice(1), android::UNKNOWN_TRANSACTION);
+}
+
+TEST_F(BinderTest, CallForAnotherInterfaceIsRefused) {
+    const sp<IBinder> object = new thing;
+    for (const char* token : {"", "corvex.test.IThin", "corvex.test.IThing2"}) {
+        android::Parcel data;
+        android::Parcel reply;
+        data.writeInterfaceToken(String16(token));
+        EXPECT_EQ(object->transact(1, data, &reply), android::PERMISSION_DENIED) << token;
+    }
+    android::Parcel nothing;
+    EXPECT_EQ(object->transact(1, nothing, nullptr), android::PERMISSION_DENIED);
+}
+
+TEST_F(BinderTest, LocalObjectKeepsWhatIsAttachedAndKnowsNoDeath) {
+    static int cleaned = 0;
+    cleaned = 0;
+    int first = 0;
+    int second = 0;
+    sp<IBinder> object = new probe;
+    const auto count = [](const void*, void*, void*) { ++cleaned; };
+    object->attachObject(&first, &first, nullptr, count);
+    object->attachObject(&second, &second, nullptr, count);
+    object->attachObject(&first, &second, nullptr, count);
+    EXPECT_EQ(object->findObject(&first), &first);
+    object->detachObject(&second);
+    EXPECT_EQ(object->findObject(&second), nullptr);
+    EXPECT_EQ(object->linkToDeath(new death_counter), android::INVALID_OPERATION);
+    EXPECT_EQ(object->pingBinder(), android::NO_ERROR);
+    object.clear();
+    EXPECT_EQ(cleaned, 1);
+}
+
+TEST_F(BinderTest, NamesAreCheckedAndEscaped) {
+    const std::string longest(127, 'n');
+    for (const char* name :
+         {"media.player", ".", "..", "../up", "a/b", "tön %2F", longest.c_str()}) {
+        const sp<IBinder> object = new probe;
+        EXPECT_EQ(add(name, object), android::NO_ERROR) << name;
+        EXPECT_EQ(find(name), object) << name;
+        EXPECT_TRUE(lists(name)) << name;
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        EXPECT_EQ(entry.path().filename(), "services");
+    }
+    EXPECT_EQ(add("", new probe), android::BAD_VALUE);
+    EXPECT_EQ(add((longest + "n").c_str(), new probe), android::BAD_VALUE);
+    EXPECT_EQ(add("null", nullptr), android::BAD_VALUE);
+    EXPECT_EQ(find(""), nullptr);
+    EXPECT_EQ(find("null"), nullptr);
+}
+
+TEST_F(BinderTest, FolderIsMadePrivateAndMayBeFarDown) {
+    std::string deep = folder();
+    while (deep.size() < 300) {
+        std::filesystem::create_directory(deep);
+        deep += "/a-folder-whose-path-no-socket-address-can-hold";
+    }
+    setenv("CORVEX_BINDER_DIR", deep.c_str(), 1);
+    const child_process service(BINDER_PROBE_SERVICE, {"probe"});
+    struct stat made = {};
+    ASSERT_EQ(stat(deep.c_str(), &made), 0);
+    EXPECT_EQ(made.st_mode & 07777, 0700U);
+    ASSERT_NE(find("probe"), nullptr);
+    EXPECT_EQ(ask(find("probe"), kEcho, 4, "").number(), 4);
+}
+
+TEST_F(BinderTest, FolderThatIsNotPrivateIsRefusedWithOneClearLine) {
+    const auto refuses = [&](const char* why) {
+        log_.clear();
+        EXPECT_EQ(add("refused", new probe), android::PERMISSION_DENIED) << why;
+        EXPECT_EQ(log_.count_containing("set CORVEX_BINDER_DIR"), 1) << why;
+        setenv("CORVEX_BINDER_WAIT_MS", "30", 1);
+        log_.clear();
+        EXPECT_EQ(android::defaultServiceManager()->getService(String16("refused")), nullptr);
+        EXPECT_EQ(log_.count_containing("set CORVEX_BINDER_DIR"), 1) << why;
+    };
+    std::filesystem::create_directory(folder());
+    for (const mode_t mode : {0777U, 0710U, 0701U, 0704U}) {
+        chmod(folder().c_str(), mode);
+        refuses("mode");
+    }
+    chmod(folder().c_str(), 0700);
+    EXPECT_EQ(add("allowed", new probe), android::NO_ERROR);
+    std::ofstream("file") << "no folder";
+    setenv("CORVEX_BINDER_DIR", "file", 1);
+    refuses("file");
+    // Where others may write, a link is not followed.
+    unsetenv("CORVEX_BINDER_DIR");
+    setenv("XDG_RUNTIME_DIR", std::filesystem::current_path().c_str(), 1);
+    std::filesystem::create_directory_symlink(folder(), "corvex-binder");
+    refuses("link");
+    std::filesystem::remove("corvex-binder");
+    EXPECT_EQ(add("allowed", new probe), android::NO_ERROR);
+}
+
+TEST_F(BinderTest, ServiceOfAnotherUserIsNotUsed) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a folder away";
+    }
+    // Root uses a folder of anybody; what anybody listens with there is root's own business.
+    std::filesystem::create_directory(folder());
+    chmod(folder().c_str(), 0700);
+    ASSERT_EQ(chown(folder().c_str(), 12345, 12345), 0);
+    EXPECT_EQ(add("allowed", new probe), android::NO_ERROR);
+}
+
+TEST_F(BinderTest, ServiceThatIsNotThereIsWaitedForWithinBounds) {
+    setenv("CORVEX_BINDER_WAIT_MS", "0", 1);
+    EXPECT_EQ(android::defaultServiceManager()->getService(String16("late")), nullptr);
+    setenv("CORVEX_BINDER_WAIT_MS", "60000", 1);
+    std::thread later([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        add("late", new probe);
+    });
+    EXPECT_NE(android::defaultServiceManager()->getService(String16("late")), nullptr);
+    later.join();
+    setenv("CORVEX_BINDER_WAIT_MS", "soon", 1);
+    EXPECT_EQ(android::defaultServiceManager()->getService(String16("never")), nullptr);
+    EXPECT_EQ(log_.count_containing("CORVEX_BINDER_WAIT_MS is 'soon'"), 1);
+}
+
+TEST_F(BinderTest, ServiceIsReplacedByALaterOneWhereverThatLives) {
+    const sp<IBinder> first = new probe;
+    const sp<IBinder> second = new probe;
+    ASSERT_EQ(add("name", first), android::NO_ERROR);
+    ASSERT_EQ(add("name", second), android::NO_ERROR);
+    EXPECT_EQ(find("name"), second);
+    {
+        child_process other(BINDER_PROBE_SERVICE, {"name"});
+        const sp<IBinder> remote = find("name");
+        ASSERT_NE(remote, nullptr);
+        EXPECT_NE(remote->remoteBinder(), nullptr);
+        child_process again(BINDER_PROBE_SERVICE, {"name"});
+        EXPECT_NE(find("name"), remote);
+        EXPECT_TRUE(lists("name"));
+        // The one that was replaced leaves the other's socket alone.
+        EXPECT_EQ(ask(remote, kExit).status, android::DEAD_OBJECT);
+        EXPECT_EQ(other.wait(), 0);
+        EXPECT_NE(find("name"), nullptr);
+    }
+    // The socket of the killed one is still there.
+    EXPECT_EQ(find("name"), nullptr);
+    EXPECT_FALSE(lists("name"));
+    ASSERT_EQ(add("name", first), android::NO_ERROR);
+    EXPECT_EQ(find("name"), first);
+}
+
+TEST_F(BinderTest, StoppedServiceIsNotWaitedForForEver) {
+    child_process service(BINDER_PROBE_SERVICE, {"probe"});
+    service.send(SIGSTOP);
+    EXPECT_EQ(find("probe"), nullptr);
+    service.send(SIGCONT);
+    EXPECT_TRUE(eventually([] { return find("probe") != nullptr; }));
+}
+
+TEST_F(BinderRemoteTest, SocketsGoWithAnOrderlyExit) {
+    EXPECT_FALSE(std::filesystem::is_empty(folder()));
+    EXPECT_EQ(ask(probe_, kExit).status, android::DEAD_OBJECT);
+    EXPECT_EQ(service_.wait(), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(folder()));
+}
+
+// Thousands of connections, of which nothing stays.
+TEST_F(BinderTest, ConnectionsThatAreNotUsedAnyMoreAreClosedOnBothSides) {
+    const child_process service(BINDER_PROBE_SERVICE, {"probe", "second"});
+    const auto files_here = [] { return count_entries("fd"); };
+    for (int i = 0; i < 10; ++i) {
+        find("probe");
+    }
+    sp<IBinder> probe_object = find("probe");
+    const int here = files_here();
+    const int threads = count_entries("task");
+    const int there = ask(probe_object, kOpenFiles).number();
+    probe_object.clear();
+    for (int i = 0; i < 3000; ++i) {
+        const sp<IBinder> found = find("probe");
+        ASSERT_NE(found, nullptr) << i;
+        if (i % 100 == 0) {
+            ASSERT_EQ(ask(found, kKeep, sp<IBinder>(new probe)).status, android::NO_ERROR);
+            ASSERT_EQ(ask(found, kDrop).status, android::NO_ERROR);
+            ASSERT_EQ(tell(found, kNote, i), android::NO_ERROR);
+        }
+    }
+    EXPECT_TRUE(eventually([&] { return files_here() == here - 1; }));
+    probe_object = find("probe");
+    EXPECT_TRUE(eventually([&] { return ask(probe_object, kOpenFiles).number() == there; }));
+    EXPECT_LE(count_entries("task"), threads + 4);
+    EXPECT_TRUE(eventually([&] { return alive() == 0; }));
+}
