@@ -27,7 +27,10 @@ set(CORVEX_MODULE_SOURCES
   hal/stream_frame_size.cpp
   hal/voice_input.cpp
   pcm/hpo.cpp
-  pcm/published_pcm.cpp)
+  pcm/published_pcm.cpp
+  player_client/event_observer.cpp
+  player_client/player_adapter.cpp
+  player_client/player_functions.cpp)
 list(TRANSFORM CORVEX_MODULE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 
 # corvex_module_objects(TARGET CAPTURE_DIR): the module's objects with their capture files in
@@ -39,7 +42,7 @@ function(corvex_module_objects target capture_dir)
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
   target_link_libraries(${target} PRIVATE corvex::warnings
     PUBLIC corvex::hardware_headers corvex::cutils corvex::annexk corvex::nano corvex::tinyalsa
-      android::log android::cutils)
+      corvex::zuavplayer corvex::binder android::log android::cutils android::utils)
 endfunction()
 
 # corvex_module(TARGET OBJECTS): audio.primary.corvex.so from such objects, every platform library

@@ -8,6 +8,7 @@
 
 #define HAL_LOGV(...) __android_log_print(ANDROID_LOG_VERBOSE, log_tag, __VA_ARGS__)
 #define HAL_LOGD(...) __android_log_print(ANDROID_LOG_DEBUG, log_tag, __VA_ARGS__)
+#define HAL_LOGI(...) __android_log_print(ANDROID_LOG_INFO, log_tag, __VA_ARGS__)
 #define HAL_LOGW(...) __android_log_print(ANDROID_LOG_WARN, log_tag, __VA_ARGS__)
 #define HAL_LOGE(...) __android_log_print(ANDROID_LOG_ERROR, log_tag, __VA_ARGS__)
 

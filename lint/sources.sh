@@ -3,8 +3,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-on_disk=$(find diag direct hal pcm records -name '*.cpp' | sort)
-listed() { grep -oE '(diag|direct|hal|pcm|records)/[a-z0-9_]+\.cpp' "$1" | sort; }
+on_disk=$(find diag direct hal pcm player_client records -name '*.cpp' | sort)
+listed() { grep -oE '(diag|direct|hal|pcm|player_client|records)/[a-z0-9_]+\.cpp' "$1" | sort; }
 
 status=0
 for list in cmake/Module.cmake Android.bp; do
