@@ -57,8 +57,11 @@ bool decode_parcel(const uint8_t* bytes, size_t size, size_t descriptors, wire_p
 namespace {
 
 void append(std::vector<uint8_t>& bytes, const void* what, size_t size) {
-    const auto* from = static_cast<const uint8_t*>(what);
-    bytes.insert(bytes.end(), from, from + size);
+    if (size > 0) {
+        const size_t at = bytes.size();
+        bytes.resize(at + size);
+        memcpy(bytes.data() + at, what, size);
+    }
 }
 
 // Writes into the header what the frame has become.
