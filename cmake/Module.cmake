@@ -5,7 +5,15 @@ set(CORVEX_MODULE_SOURCES
   diag/debug_switches.cpp
   diag/lock.cpp
   diag/property_switch.cpp
+  direct/avplay_connection.cpp
+  direct/avplay_player.cpp
+  direct/avplay_session_setup.cpp
+  direct/avsync_header.cpp
+  direct/data_feed.cpp
   direct/hdo.cpp
+  direct/playback_control.cpp
+  direct/stream_attributes.cpp
+  direct/tunnel_writer.cpp
   hal/arguments.cpp
   hal/capability_lists.cpp
   hal/channel_mask.cpp

@@ -4,35 +4,34 @@
 
 #include "diag/property_switch.h"
 
-namespace {
-
-FILE* open_capture_file(const char* path, const capture_log& log) {
-    FILE* file = fopen(path, "wb");
+FILE* open_capture_file(bool enabled, const capture_target& target, const capture_log& log) {
+    if (!enabled) {
+        __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: disable save %s", log.operation,
+                            target.path);
+        return nullptr;
+    }
+    FILE* const file = fopen(target.path, "wb");
     if (file != nullptr) {
-        __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: enable save %s", log.operation, path);
+        __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: enable save %s", log.operation,
+                            target.path);
     } else {
         __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: %s can not be created!", log.operation,
-                            path);
+                            target.path);
     }
     return file;
 }
-
-}  // namespace
 
 void update_capture_file(FILE** file, const capture_target& target,
                          char (&value)[PROPERTY_VALUE_MAX], const capture_log& log) {
     const bool enabled = read_property_switch(target.property, value);
     __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: %s is %s", log.operation, target.property,
                         value);
-    if (!enabled) {
-        __android_log_print(ANDROID_LOG_DEBUG, log.tag, "%s: disable save %s", log.operation,
-                            target.path);
-        close_capture_file(file);
+    if (enabled && *file != nullptr) {
         return;
     }
-    if (*file == nullptr) {
-        *file = open_capture_file(target.path, log);
-    }
+    FILE* const opened = open_capture_file(enabled, target, log);
+    close_capture_file(file);
+    *file = opened;
 }
 
 void append_to_capture_file(FILE* file, const void* data, size_t bytes, const capture_log& log) {

@@ -23,11 +23,21 @@ struct capture_target {
 constexpr capture_target pcm_capture = {"persist.audiohal.file.pcm",
                                         CORVEX_CAPTURE_DIR "/hal_audio.pcm"};
 
+// What the direct back end hands to the player service: its data, and a line for each frame's
+// header.
+constexpr capture_target es_capture = {"persist.audiohal.file.es",
+                                       CORVEX_CAPTURE_DIR "/hal_audio.es"};
+constexpr capture_target pts_capture = {"persist.audiohal.file.pts",
+                                        CORVEX_CAPTURE_DIR "/hal_audio.pts"};
+
 // Who logs: a back end's tag and the operation that is running.
 struct capture_log {
     const char* tag;
     const char* operation;
 };
+
+// The target's file, opened anew where its switch is on; null where that is off or fails.
+FILE* open_capture_file(bool enabled, const capture_target& target, const capture_log& log);
 
 // Opens or closes a PCM back end's file as its property now says; `value` is the cleared buffer to
 // read it into. A file that is already open stays as it is while the switch is on.

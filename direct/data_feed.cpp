@@ -1,0 +1,146 @@
+#include "direct/data_feed.h"
+
+#include <algorithm>
+#include <stdio.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <annexk/annexk.h>
+#include <zuavplayer/player_types.h>
+
+#include "diag/debug_switches.h"
+#include "diag/log.h"
+#include "diag/relaxed.h"
+#include "direct/avplay_connection.h"
+#include "direct/avplay_session.h"
+#include "direct/playback_control.h"
+#include "direct/status.h"
+#include "player_client/player_functions.h"
+
+using android::zu_status;
+
+namespace {
+
+constexpr const char* log_tag = "audio_hal_avplay";
+
+constexpr uint32_t chunk_bytes = 1024;
+constexpr uint32_t poll_us = 10'000;
+
+// Of the previous data_write() of any session; for a log line only.
+uint32_t last_write_pts = 0;
+
+static_assert(PTS_NONE == android::ZU_PTS_NONE);
+
+uint64_t now_us() {
+    struct timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1'000'000 +
+           static_cast<uint64_t>(now.tv_nsec) / 1000;
+}
+
+int32_t ask_for_room(const struct avplay_session* session, uint32_t bytes) {
+    return ZUAVPLAYER_GetBuf(player_connection(), session->avplay_handle, android::ZU_BUF_AUD,
+                             bytes, 0);
+}
+
+bool is_busy(int32_t status) {
+    return status == zu_status(android::ZU_ERR_BUF_FULL) ||
+           status == zu_status(android::ZU_ERR_BUF_NOT_READY);
+}
+
+// Polls until the player takes a chunk of `bytes` bytes. Not 0: it does not, which is logged.
+int32_t wait_for_room(struct avplay_session* session, uint32_t bytes) {
+    const uint32_t longest_us =
+        session->state == AVPLAY_STATE_PAUSED ? longest_wait_paused_us : longest_wait_running_us;
+    int32_t status = ask_for_room(session, bytes);
+    while (is_busy(status)) {
+        if (session->room_wait_us >= longest_us) {
+            HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x): no room for %d ms", as_hex(status),
+                     static_cast<int>(session->room_wait_us / 1000));
+            return status;
+        }
+        const uint64_t start_us = now_us();
+        usleep(poll_us);
+        status = ask_for_room(session, bytes);
+        // A slow service makes a round longer, a signal makes it shorter: the wait ends anyway.
+        const uint64_t round_us = std::max<uint64_t>(poll_us, now_us() - start_us);
+        session->room_wait_us +=
+            static_cast<uint32_t>(std::min<uint64_t>(round_us, longest_wait_running_us));
+    }
+    session->room_wait_us = 0;
+    if (status != 0) {
+        HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x)", as_hex(status));
+    }
+    return status;
+}
+
+// Hands one chunk over through the shared block.
+int32_t send_chunk(const struct avplay_session* session, const uint8_t* data, uint32_t bytes,
+                   uint32_t pts) {
+    const int copy_error = memcpy_s(player_block(), bytes, data, bytes);
+    if (copy_error != 0 && is_switch_on(gbEnablePts)) {
+        HAL_LOGD("%s: memcpy_s mshare failed(0x%x)", "data_write", as_hex(copy_error));
+    }
+    const int32_t status = ZUAVPLAYER_PutBufEx(player_connection(), session->avplay_handle,
+                                               android::ZU_BUF_AUD, bytes, pts);
+    if (status != 0) {
+        HAL_LOGE("Call ZUAVPLAYER_PutBufEx failed (0x%x)", as_hex(status));
+    }
+    return status;
+}
+
+void capture_chunk(FILE* es_file, const uint8_t* data, uint32_t bytes) {
+    if (es_file == nullptr) {
+        return;
+    }
+    const size_t written = fwrite(data, 1, bytes, es_file);
+    if (written < bytes) {
+        HAL_LOGE(" fwrite es file failed wanted(%d) actual(%d)", static_cast<int>(bytes),
+                 static_cast<int>(written));
+    }
+}
+
+void note_pts(uint32_t size, uint32_t pts) {
+    const uint32_t previous = load_relaxed(last_write_pts);
+    if (previous < pts && is_switch_on(gbEnablePts)) {
+        HAL_LOGD("krx_avplay_write size:%d  pts:%d  At=%d", static_cast<int>(size),
+                 static_cast<int>(pts), static_cast<int>(pts - previous));
+    }
+    store_relaxed(last_write_pts, pts);
+}
+
+}  // namespace
+
+int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
+                    uint32_t pts) {
+    trace_call(log_tag, "data_write");
+    int32_t status = 0;
+    if (session->state == AVPLAY_STATE_READY) {
+        status = hal_avplay_resume(session);
+        if (status != 0) {
+            HAL_LOGE("hal_avplay_resume faild(0x%x)", as_hex(status));
+        }
+        session->state = AVPLAY_STATE_RUNNING;
+        HAL_LOGD("%s: Avplay Resume -> [RUNNING] ", "data_write");
+    }
+    note_pts(size, pts);
+    for (uint32_t sent = 0; sent < size;) {
+        const uint32_t bytes = std::min(size - sent, chunk_bytes);
+        if (wait_for_room(session, bytes) != 0) {
+            return -1;
+        }
+        status = send_chunk(session, data + sent, bytes, sent == 0 ? pts : PTS_NONE);
+        capture_chunk(session->es_file, data + sent, bytes);
+        sent += bytes;
+    }
+    return status;
+}
+
+int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t size,
+                   uint32_t pts) {
+    if (session == nullptr || (data == nullptr && size > 0)) {
+        return -1;
+    }
+    session->room_wait_us = 0;
+    return feed_player(session, data, size, pts);
+}

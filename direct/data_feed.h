@@ -1,0 +1,33 @@
+// Feeds a session's player, chunk by chunk, through the memory block that the service shares.
+//
+// Under the stream's lock, which is held while the player has no room.
+#pragma once
+
+#include <stdint.h>
+
+struct avplay_session;
+
+// As the pts of a chunk: none.
+constexpr uint32_t PTS_NONE = 0xFFFFFFFF;
+
+extern "C" {
+
+// Sends `size` bytes; `pts`, in milliseconds or PTS_NONE, goes with the first chunk. Resumes a
+// player that is ready.
+//
+// 0, or the status of the last chunk; -1 when the player would not take a chunk, after the chunks
+// before it went out, and for a null argument. No bytes: the status of the resume, if there was
+// one.
+int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t size,
+                   uint32_t pts);
+
+}  // extern "C"
+
+// data_write() as one of several of the same write of the framework, which together wait for room:
+// for so long at most while the player keeps on answering that there is none. A paused player makes
+// no room by itself, and what would resume it needs the stream's lock. The session's room_wait_us
+// begins at 0.
+int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
+                    uint32_t pts);
+constexpr uint32_t longest_wait_running_us = 1'000'000;
+constexpr uint32_t longest_wait_paused_us = 100'000;
