@@ -31,6 +31,9 @@ class LoadedModule : public ::testing::Test {
     LoadedModule() {
         setenv("CORVEX_PROPERTY_FILE", scratch.file("properties").c_str(), 1);
         unsetenv("CORVEX_WAV_PACE");
+        // No player service is there, and none is waited for.
+        setenv("CORVEX_BINDER_DIR", scratch.file("binder").c_str(), 1);
+        setenv("CORVEX_BINDER_WAIT_MS", "0", 1);
     }
     ~LoadedModule() override {
         if (device != nullptr) {

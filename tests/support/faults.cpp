@@ -78,6 +78,9 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
 }
 int __wrap_clock_gettime(clockid_t clock, struct timespec* time) {
     const int result = __real_clock_gettime(clock, time);
+    const uint64_t ns = static_cast<uint64_t>(time->tv_nsec) + plan.clock_offset_us * 1000;
+    time->tv_sec += static_cast<time_t>(ns / 1'000'000'000);
+    time->tv_nsec = static_cast<long>(ns % 1'000'000'000);
     return plan.clock_gettime_result != 0 ? plan.clock_gettime_result : result;
 }
 int __wrap_usleep(useconds_t duration_us) {

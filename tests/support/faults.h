@@ -17,6 +17,7 @@ struct fault_plan {
     // Mutexes that report a failure of every lock and unlock, though they do lock and unlock.
     std::vector<const pthread_mutex_t*> failing_mutexes;
     int clock_gettime_result = 0;
+    uint64_t clock_offset_us = 0;  // what the clock shows beyond the time that it is
 
     // What usleep was asked for. It does not sleep.
     std::vector<uint64_t> sleeps_us;
