@@ -48,30 +48,38 @@ bool is_busy(int32_t status) {
            status == zu_status(android::ZU_ERR_BUF_NOT_READY);
 }
 
-// Polls until the player takes a chunk of `bytes` bytes. Not 0: it does not, which is logged.
-int32_t wait_for_room(struct avplay_session* session, uint32_t bytes) {
+void count_wait(struct avplay_session* session, uint64_t waited_us) {
+    session->room_wait_us +=
+        static_cast<uint32_t>(std::min<uint64_t>(waited_us, longest_wait_running_us));
+}
+
+// Polls until the player takes a chunk of `bytes` bytes. False when it does not, or has kept this
+// write waiting for long enough before; the reason has then been logged.
+bool wait_for_room(struct avplay_session* session, uint32_t bytes) {
     const uint32_t longest_us =
         session->state == AVPLAY_STATE_PAUSED ? longest_wait_paused_us : longest_wait_running_us;
-    int32_t status = ask_for_room(session, bytes);
-    while (is_busy(status)) {
-        if (session->room_wait_us >= longest_us) {
-            HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x): no room for %d ms", as_hex(status),
-                     static_cast<int>(session->room_wait_us / 1000));
-            return status;
-        }
+    int32_t status = 0;
+    while (session->room_wait_us < longest_us) {
         const uint64_t start_us = now_us();
-        usleep(poll_us);
         status = ask_for_room(session, bytes);
-        // A slow service makes a round longer, a signal makes it shorter: the wait ends anyway.
-        const uint64_t round_us = std::max<uint64_t>(poll_us, now_us() - start_us);
-        session->room_wait_us +=
-            static_cast<uint32_t>(std::min<uint64_t>(round_us, longest_wait_running_us));
+        if (status == 0) {
+            session->room_wait_us = 0;
+            return true;
+        }
+        if (!is_busy(status)) {
+            HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x)", as_hex(status));
+            count_wait(session, now_us() - start_us);  // a service that hangs is not asked again
+            return false;
+        }
+        usleep(poll_us);
+        // A slow answer makes a round longer, a signal makes it shorter: the wait ends anyway.
+        count_wait(session, std::max<uint64_t>(poll_us, now_us() - start_us));
     }
-    session->room_wait_us = 0;
     if (status != 0) {
-        HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x)", as_hex(status));
+        HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x): no room for %d ms", as_hex(status),
+                 static_cast<int>(session->room_wait_us / 1000));
     }
-    return status;
+    return false;
 }
 
 // Hands one chunk over through the shared block.
@@ -126,7 +134,7 @@ int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_
     note_pts(size, pts);
     for (uint32_t sent = 0; sent < size;) {
         const uint32_t bytes = std::min(size - sent, chunk_bytes);
-        if (wait_for_room(session, bytes) != 0) {
+        if (!wait_for_room(session, bytes)) {
             return -1;
         }
         status = send_chunk(session, data + sent, bytes, sent == 0 ? pts : PTS_NONE);

@@ -23,11 +23,12 @@ int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t
 
 }  // extern "C"
 
-// data_write() as one of several of the same write of the framework, which together wait for room:
-// for so long at most while the player keeps on answering that there is none. A paused player makes
-// no room by itself, and what would resume it needs the stream's lock. The session's room_wait_us
-// begins at 0.
-int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
-                    uint32_t pts);
+// How long one write of the framework waits at most for a player that keeps on answering that it
+// has no room, or does not answer. A paused player makes no room by itself, and what would resume
+// it needs the stream's lock.
 constexpr uint32_t longest_wait_running_us = 1'000'000;
 constexpr uint32_t longest_wait_paused_us = 100'000;
+
+// data_write() for one of the pieces of such a write: before the first, room_wait_us is set to 0.
+int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
+                    uint32_t pts);

@@ -90,7 +90,12 @@ TEST_F(DirectSetup, BuildsAndDestroysAPlayerForEachFormatOfPassthrough) {
         const lines closing = {"Stop 71 1 {0 1} 8", "DetachSnd 91 71",    "DestroyTrack 91",
                                "ChnClose 71 1",     "SetSndLatency 0 28", "Destroy 71"};
         EXPECT_EQ(take_calls(), closing);
-        write(stream, "");  // and anew, with new handles
+        EXPECT_EQ(session_of(stream)->avplay_handle, avplay_handle_none);
+        session_of(stream)->raw_data_left = session_of(stream)->tmp_len = 1;
+        write(stream, "");  // and anew, with new handles and nothing carried over
+        EXPECT_EQ(take_calls().back(), "Resume 72 null 0");
+        EXPECT_EQ(session_of(stream)->raw_data_left, 0U);
+        EXPECT_EQ(session_of(stream)->tmp_len, 0U);
         EXPECT_EQ(session_of(stream)->avplay_handle, 0x72U);
         EXPECT_EQ(session_of(stream)->track_handle, 0x92U);
         close_stream(stream);

@@ -304,19 +304,29 @@ TEST_F(TunnelWriter, FailuresAreLoggedAndTheBookkeepingGoesOn) {
     player_service().results.clear();
 }
 
-TEST_F(TunnelWriter, OneWriteWaitsOnceForAPlayerWithoutRoom) {
+TEST_F(TunnelWriter, OneWriteWaitsOnceForAPlayerWithoutRoomOrAnswer) {
     stream = open_running(tunnel_flags);
     std::string frames;
     for (int i = 0; i < 50; ++i) {
         frames += avsync_frame(1, "abc", 1);
     }
     player_service().results["GetBuf"] = static_cast<int32_t>(0x80140004);
+    for (const size_t sleeps : {100U, 200U}) {  // the next write waits again
+        log.clear();
+        write(stream, frames);
+        EXPECT_EQ(faults().sleeps_us.size(), sleeps);
+        EXPECT_EQ(log.count_containing("ZUAVPLAYER_GetBuf failed"), 1);
+        expect_carried(0, 0);
+    }
+    player_service().results["GetBuf"] = -110;
+    player_service().in_call = [](const std::string&) { faults().clock_offset_us += 10'000'000; };
+    player_service().room_requests = 0;
     write(stream, frames);
-    EXPECT_EQ(faults().sleeps_us.size(), 100U);
-    expect_carried(0, 0);
-    write(stream, frames);  // the next write waits again
-    EXPECT_EQ(faults().sleeps_us.size(), 200U);
+    EXPECT_EQ(player_service().room_requests, 1);
+    player_service().in_call = nullptr;
     player_service().results.clear();
+    write(stream, frames);
+    EXPECT_EQ(take_chunks().size(), 50U);
 }
 
 TEST_F(TunnelWriter, PassthroughGoesAsItComes) {
