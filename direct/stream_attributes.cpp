@@ -14,13 +14,10 @@ namespace {
 
 constexpr const char* log_tag = "audio_hal_avplay";
 
-constexpr uint32_t decoder_lpcm = 0x81000000;
-constexpr uint32_t decoder_dolby = 0x81f01010;
-
 constexpr direct_format direct_formats[] = {
-    {AUDIO_FORMAT_PCM_16_BIT, decoder_lpcm, 20480, 8},
-    {AUDIO_FORMAT_AC3, decoder_dolby, 4096, 2},
-    {AUDIO_FORMAT_E_AC3, decoder_dolby, 4096, 2},
+    {AUDIO_FORMAT_PCM_16_BIT, android::ZU_ADEC_PCM, 20480, 8},
+    {AUDIO_FORMAT_AC3, android::ZU_ADEC_AC3, 4096, 2},
+    {AUDIO_FORMAT_E_AC3, android::ZU_ADEC_AC3, 4096, 2},
 };
 
 int32_t set_buffer_sizes(const struct avplay_session* session, const direct_format& format) {
