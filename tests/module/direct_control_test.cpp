@@ -1,3 +1,6 @@
+#include <atomic>
+#include <thread>
+
 #include "direct/hdo.h"
 #include "direct/playback_control.h"
 #include "tests/support/direct_fixture.h"
@@ -189,6 +192,28 @@ TEST_F(DirectControl, PositionIsWhatTheDecoderGave) {
     take_calls();
     EXPECT_EQ(hdo_get_tstamp(session, &frames), 0);
     EXPECT_EQ(take_calls(), lines{});  // nor after the stream's track has gone
+    close_stream(stream);
+}
+
+TEST_F(DirectControl, PositionsMayBeAskedWhileTheStreamPlaysAndSleeps) {
+    struct audio_stream_out* const stream = open_direct(passthru_flags);
+    player_service().position = 7;
+    std::atomic<bool> done{false};
+    std::atomic<int> answers{0};
+    std::thread asking([&] {
+        while (!done || answers == 0) {
+            uint32_t frames = 99;
+            EXPECT_EQ(stream->get_render_position(stream, &frames), 0);
+            EXPECT_TRUE(frames == 0 || frames == 7) << frames;
+            ++answers;
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        write(stream, "data");
+        standby(stream);
+    }
+    done = true;
+    asking.join();
     close_stream(stream);
 }
 

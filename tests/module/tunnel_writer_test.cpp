@@ -71,14 +71,13 @@ tunnel_stream make_stream(std::mt19937& random, bool surround) {
     const uint32_t offsets[] = {20, 21, 28, 47, 48};
     tunnel_stream stream;
     uint64_t last_pts = 0;
-    // The version of a search is that of the first header: one for the whole stream.
-    const int version = static_cast<int>(1 + random() % 2);
     const size_t frames = 1 + random() % 12;
     for (size_t i = 0; i < frames; ++i) {
         // The end of the stream is a frame that no header search mistakes for a short input.
         const uint32_t size = i + 1 == frames ? 64 : sizes[random() % std::size(sizes)];
         const uint64_t pts = random() % 5 == 0 ? random() % 100 : last_pts + random() % 50;
         const std::string payload = audio(size, static_cast<uint32_t>(random()));
+        const int version = static_cast<int>(1 + random() % 2);
         stream.bytes += avsync_frame(version, payload, pts,
                                      surround && random() % 2 == 0 ? 48 : offsets[random() % 5]);
         if (size > 0) {

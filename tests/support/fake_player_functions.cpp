@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -11,6 +12,7 @@ namespace {
 constexpr uint32_t block_bytes = 8192;
 
 fake_player_functions fake;
+std::recursive_mutex fake_mutex;  // for calls; knobs and account are read between them
 std::set<void*> open_handles;
 std::unique_ptr<uint8_t[]> block;
 uint32_t last_player = 0x70;
@@ -50,6 +52,7 @@ int32_t called(void* handle, const std::string& name, const Arguments&... argume
     if (handle == nullptr) {
         return -1;
     }
+    const std::lock_guard<std::recursive_mutex> lock(fake_mutex);
     if (open_handles.count(handle) == 0) {
         ++fake.uses_after_close;
     }
