@@ -48,6 +48,7 @@ struct avplay_session {
     uint8_t tmp_buf[tunnel_buffer_bytes];
 
     uint32_t room_wait_us;  // how long the player has had no room for this write's data
+    bool has_no_answer;     // this write has waited for the service in vain
     bool is_open;           // built, and not torn down since
 };
 

@@ -163,7 +163,6 @@ int32_t hal_avplay_destoryaudio(struct avplay_session* session) {
     void* const connection = player_connection();
     const uint32_t player = session->avplay_handle;
     const uint32_t track = session->track_handle;
-    store_relaxed(session->track_handle, uint32_t{0});
 
     constexpr android::zu_stop_option stop_option = {.timeout_ms = 0, .mode = 1};
     int32_t error =

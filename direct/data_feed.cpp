@@ -48,38 +48,42 @@ bool is_busy(int32_t status) {
            status == zu_status(android::ZU_ERR_BUF_NOT_READY);
 }
 
-void count_wait(struct avplay_session* session, uint64_t waited_us) {
-    session->room_wait_us +=
-        static_cast<uint32_t>(std::min<uint64_t>(waited_us, longest_wait_running_us));
-}
-
-// Polls until the player takes a chunk of `bytes` bytes. False when it does not, or has kept this
-// write waiting for long enough before; the reason has then been logged.
+// Polls until the player takes a chunk of `bytes` bytes. False when it does not; the reason has
+// then been logged. A write that has waited for long enough asks once more for each of its pieces,
+// but waits no more; a service that hangs is not asked again.
 bool wait_for_room(struct avplay_session* session, uint32_t bytes) {
     const uint32_t longest_us =
         session->state == AVPLAY_STATE_PAUSED ? longest_wait_paused_us : longest_wait_running_us;
-    int32_t status = 0;
-    while (session->room_wait_us < longest_us) {
+    if (session->has_no_answer) {
+        return false;
+    }
+    bool has_waited = false;
+    for (;;) {
         const uint64_t start_us = now_us();
-        status = ask_for_room(session, bytes);
+        const int32_t status = ask_for_room(session, bytes);
         if (status == 0) {
             session->room_wait_us = 0;
             return true;
         }
         if (!is_busy(status)) {
             HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x)", as_hex(status));
-            count_wait(session, now_us() - start_us);  // a service that hangs is not asked again
+            session->has_no_answer = now_us() - start_us >= longest_us;
+            return false;
+        }
+        if (session->room_wait_us >= longest_us) {
+            if (has_waited) {
+                HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x): no room for %d ms", as_hex(status),
+                         static_cast<int>(session->room_wait_us / 1000));
+            }
             return false;
         }
         usleep(poll_us);
+        has_waited = true;
         // A slow answer makes a round longer, a signal makes it shorter: the wait ends anyway.
-        count_wait(session, std::max<uint64_t>(poll_us, now_us() - start_us));
+        const uint64_t waited_us = std::max<uint64_t>(poll_us, now_us() - start_us);
+        session->room_wait_us +=
+            static_cast<uint32_t>(std::min<uint64_t>(waited_us, longest_wait_running_us));
     }
-    if (status != 0) {
-        HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x): no room for %d ms", as_hex(status),
-                 static_cast<int>(session->room_wait_us / 1000));
-    }
-    return false;
 }
 
 // Hands one chunk over through the shared block.
@@ -119,6 +123,11 @@ void note_pts(uint32_t size, uint32_t pts) {
 
 }  // namespace
 
+void begin_feeding(struct avplay_session* session) {
+    session->room_wait_us = 0;
+    session->has_no_answer = false;
+}
+
 int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
                     uint32_t pts) {
     trace_call(log_tag, "data_write");
@@ -149,6 +158,6 @@ int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t
     if (session == nullptr || (data == nullptr && size > 0)) {
         return -1;
     }
-    session->room_wait_us = 0;
+    begin_feeding(session);
     return feed_player(session, data, size, pts);
 }

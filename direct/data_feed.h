@@ -29,6 +29,9 @@ int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t
 constexpr uint32_t longest_wait_running_us = 1'000'000;
 constexpr uint32_t longest_wait_paused_us = 100'000;
 
-// data_write() for one of the pieces of such a write: before the first, room_wait_us is set to 0.
+// A write of the framework begins: the waits of its pieces are counted together.
+void begin_feeding(struct avplay_session* session);
+
+// data_write() for one of the pieces of such a write.
 int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
                     uint32_t pts);

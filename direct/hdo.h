@@ -33,8 +33,9 @@ int32_t hdo_create(struct avplay_session** slot);
 // Builds the player for the stream. After a failure nothing of it is left in the service.
 int32_t hdo_open(struct avplay_session* hdo);
 
-// Feeds the player; blocks while it has no room, and gives up after a second without any (a tenth of
-// one while paused). Always `bytes` (at most INT32_MAX): what the player does not take is logged.
+// Feeds the player; blocks while it has no room, and gives up after a second without any (a tenth
+// of one while paused). Always `bytes` (at most INT32_MAX): what the player does not take is
+// logged.
 int32_t hdo_write(struct avplay_session* hdo, const void* buffer, size_t bytes);
 
 // 0 for a null record.

@@ -172,7 +172,7 @@ void tunnel_write(struct avplay_session* session, span input) {
 }
 
 void write_tunnel(struct avplay_session* session, const uint8_t* data, uint32_t bytes) {
-    session->room_wait_us = 0;
+    begin_feeding(session);
     do {
         // Without held bytes the caller's are used where they are.
         if (session->tmp_len == 0) {

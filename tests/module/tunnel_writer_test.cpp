@@ -312,7 +312,9 @@ TEST_F(TunnelWriter, OneWriteWaitsOnceForAPlayerWithoutRoomOrAnswer) {
     player_service().results["GetBuf"] = static_cast<int32_t>(0x80140004);
     for (const size_t sleeps : {100U, 200U}) {  // the next write waits again
         log.clear();
+        player_service().room_requests = 0;
         write(stream, frames);
+        EXPECT_EQ(player_service().room_requests, 101 + 49);  // each frame gets its chance
         EXPECT_EQ(faults().sleeps_us.size(), sleeps);
         EXPECT_EQ(log.count_containing("ZUAVPLAYER_GetBuf failed"), 1);
         expect_carried(0, 0);
