@@ -155,9 +155,11 @@ TEST(Resampler, StopsEarlyWhenTheProviderDoesAndGoesOnAfterwards) {
 
     source.result = 0;
     source.surplus_frames = 64;
-    frames = 500;
-    EXPECT_EQ(resampler->resample_from_provider(resampler.get(), out.data() + 500, &frames), 0);
-    EXPECT_EQ(frames, 500U);
+    for (const size_t from : {size_t{500}, size_t{700}}) {
+        frames = from == 500 ? 200 : 300;
+        EXPECT_EQ(resampler->resample_from_provider(resampler.get(), out.data() + from, &frames),
+                  0);
+    }
     EXPECT_EQ(out, whole);
 }
 
