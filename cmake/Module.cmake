@@ -7,6 +7,7 @@ set(CORVEX_MODULE_SOURCES
   diag/property_switch.cpp
   direct/hdo.cpp
   hal/arguments.cpp
+  hal/buffer_duration.cpp
   hal/capability_lists.cpp
   hal/channel_mask.cpp
   hal/device_controls.cpp
@@ -27,6 +28,7 @@ set(CORVEX_MODULE_SOURCES
   hal/stream_frame_size.cpp
   hal/voice_input.cpp
   pcm/hpo.cpp
+  pcm/open_card.cpp
   pcm/published_pcm.cpp)
 list(TRANSFORM CORVEX_MODULE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 
