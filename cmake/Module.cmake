@@ -14,7 +14,13 @@ set(CORVEX_MODULE_SOURCES
   hal/device_microphones.cpp
   hal/device_open.cpp
   hal/device_parameters.cpp
+  hal/in_attributes.cpp
+  hal/in_fold.cpp
   hal/in_open.cpp
+  hal/in_parameters.cpp
+  hal/in_pcm_config.cpp
+  hal/in_provider.cpp
+  hal/in_read.cpp
   hal/module_descriptor.cpp
   hal/out_attributes.cpp
   hal/out_backend.cpp
@@ -27,6 +33,7 @@ set(CORVEX_MODULE_SOURCES
   hal/parsed_parameters.cpp
   hal/stream_frame_size.cpp
   hal/voice_input.cpp
+  pcm/hpi.cpp
   pcm/hpo.cpp
   pcm/open_card.cpp
   pcm/published_pcm.cpp)
@@ -40,7 +47,7 @@ function(corvex_module_objects target capture_dir)
   target_compile_definitions(${target} PUBLIC "CORVEX_CAPTURE_DIR=\"${capture_dir}\"")
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
   target_link_libraries(${target} PRIVATE corvex::warnings
-    PUBLIC corvex::hardware_headers corvex::cutils corvex::annexk corvex::nano corvex::tinyalsa
+    PUBLIC corvex::hardware_headers corvex::cutils corvex::annexk corvex::audioutils corvex::nano corvex::tinyalsa
       android::log android::cutils)
 endfunction()
 

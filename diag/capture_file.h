@@ -23,6 +23,10 @@ struct capture_target {
 constexpr capture_target pcm_capture = {"persist.audiohal.file.pcm",
                                         CORVEX_CAPTURE_DIR "/hal_audio.pcm"};
 
+// What the sound card hands to the PCM capture back end.
+constexpr capture_target record_capture = {"persist.audiohal.file.record",
+                                           CORVEX_CAPTURE_DIR "/hal_audio.record"};
+
 // Who logs: a back end's tag and the operation that is running.
 struct capture_log {
     const char* tag;

@@ -19,7 +19,9 @@ TEST(Exports, AreExactlyThePublishedNames) {
     ASSERT_EQ(pclose(pipe), 0);
     const std::set<std::string> expected = {
         "HMI",
+        "custom_close",
         "custom_init",
+        "custom_open",
         "gbEnableDataPath",
         "gbEnablePts",
         "gbEnableTrace",
@@ -41,6 +43,11 @@ TEST(Exports, AreExactlyThePublishedNames) {
         "hdo_pause",
         "hdo_resume",
         "hdo_write",
+        "hpi_close",
+        "hpi_create",
+        "hpi_destroy",
+        "hpi_open",
+        "hpi_read",
         "hpo_close",
         "hpo_create",
         "hpo_destroy",
@@ -49,6 +56,7 @@ TEST(Exports, AreExactlyThePublishedNames) {
         "hpo_get_tstamp",
         "hpo_open",
         "hpo_write",
+        "pcm_config_ai_low_latency",
     };
     EXPECT_EQ(exported, expected);
 }
