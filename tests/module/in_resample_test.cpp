@@ -210,6 +210,20 @@ TEST_F(InResample, AFailingCardEndsTheReadAndTheNextOneGoesOn) {
     }
 }
 
+TEST_F(InResample, ACardThatFailsOnceGoesOnBehindWhatItGave) {
+    const std::vector<int16_t> signal = signal_for(16000);
+    play_to_card(signal);
+    tinyalsa().failing_from = 3;
+    tinyalsa().failing_until = 4;
+    struct audio_stream_in* const stream = open_input(16000);
+    std::vector<int16_t> data(2 * 600);
+    stream->read(stream, data.data(), data.size() * 2);
+    std::vector<int16_t> expected = reference(signal, 16000);
+    expected.resize(data.size());
+    EXPECT_TRUE(data == expected);
+    close_input(stream);
+}
+
 TEST_F(InResample, APeriodWithoutASizeIsRefused) {
     struct audio_stream_in* const stream = open_input(16000);
     tinyalsa().read_nothing = true;

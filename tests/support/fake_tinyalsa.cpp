@@ -105,7 +105,9 @@ int pcm_read(struct pcm* pcm, void* data, unsigned bytes) {
     }
     const std::lock_guard<std::mutex> lock(records_mutex);
     fake.reads.push_back(bytes);
-    if (fake.failing_from != 0 && static_cast<int>(fake.reads.size()) >= fake.failing_from) {
+    const int number = static_cast<int>(fake.reads.size());
+    if (fake.failing_from != 0 && number >= fake.failing_from &&
+        (fake.failing_until == 0 || number < fake.failing_until)) {
         pcm->error = "overrun";
         return -EIO;
     }

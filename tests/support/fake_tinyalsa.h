@@ -16,6 +16,7 @@ struct fake_tinyalsa {
     int write_result = 0;            // of pcm_write
     int htimestamp_result = 0;       // of pcm_get_htimestamp
     int failing_from = 0;            // the first pcm_read, counted from 1, that gives -EIO
+    int failing_until = 0;           // the first one that works again; 0 for none
     bool read_nothing = false;       // pcm_frames_to_bytes answers 0
     std::string sound;               // what pcm_read hands out, then silence
     std::atomic<unsigned> avail{0};  // frames that pcm_get_htimestamp reports

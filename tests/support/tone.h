@@ -1,6 +1,7 @@
 // Sine waves: made, and measured in what came out.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
