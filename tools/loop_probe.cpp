@@ -13,6 +13,10 @@ constexpr double amplitude = 0.25;
 // Below this a match is the noise of a converter.
 constexpr double least_energy = 1e-9 * probe_frames;
 
+double square(float value) {
+    return static_cast<double>(value) * static_cast<double>(value);
+}
+
 }  // namespace
 
 std::vector<float> make_loop_probe() {
@@ -36,8 +40,8 @@ probe_match find_loop_probe(const std::vector<float>& recorded, const std::vecto
     double probe_energy = 0;
     double energy = 0;  // of the part of the recording that the probe is laid over
     for (size_t i = 0; i < probe.size(); ++i) {
-        probe_energy += double{probe[i]} * double{probe[i]};
-        energy += double{recorded[i]} * double{recorded[i]};
+        probe_energy += square(probe[i]);
+        energy += square(recorded[i]);
     }
     for (size_t at = 0;; ++at) {
         float product = 0;
@@ -46,7 +50,7 @@ probe_match find_loop_probe(const std::vector<float>& recorded, const std::vecto
         }
         if (energy > least_energy) {
             const auto correlation =
-                static_cast<float>(std::abs(double{product}) / std::sqrt(energy * probe_energy));
+                static_cast<float>(std::sqrt(square(product) / (energy * probe_energy)));
             if (correlation > best.correlation) {
                 best = {at, correlation};
             }
@@ -54,7 +58,6 @@ probe_match find_loop_probe(const std::vector<float>& recorded, const std::vecto
         if (at + probe.size() == recorded.size()) {
             return best;
         }
-        energy += double{recorded[at + probe.size()]} * double{recorded[at + probe.size()]} -
-                  double{recorded[at]} * double{recorded[at]};
+        energy += square(recorded[at + probe.size()]) - square(recorded[at]);
     }
 }

@@ -42,7 +42,8 @@ class InOpen : public module_test {
 }  // namespace
 
 TEST_F(InOpen, TakesEveryRateInOneOrTwoChannelsAndConvertsWhereItMust) {
-    for (const uint32_t rate : {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000}) {
+    for (const uint32_t rate :
+         {8000U, 11025U, 12000U, 16000U, 22050U, 24000U, 32000U, 44100U, 48000U}) {
         for (const uint32_t mask :
              {mono, stereo, uint32_t{AUDIO_CHANNEL_IN_FRONT_BACK}, uint32_t{0x4},
               uint32_t{AUDIO_CHANNEL_INDEX_MASK_1}, uint32_t{AUDIO_CHANNEL_INDEX_MASK_2}}) {

@@ -4,7 +4,6 @@
 #include <new>
 #include <speex/speex_resampler.h>
 #include <type_traits>
-#include <utility>
 
 #include <audio_utils/resampler.h>
 
@@ -33,12 +32,14 @@ using speex_ptr = std::unique_ptr<SpeexResamplerState, speex_closer>;
 // `itfe` is the first member: its address is that of the whole.
 struct resampler {
     resampler_itfe itfe;
-    speex_ptr speex;
+    SpeexResamplerState* speex;  // owned
     resampler_buffer_provider* provider;
     uint32_t in_rate_hz;
     uint32_t out_rate_hz;
     uint32_t channels;
     pending_frames pending;
+
+    ~resampler() { speex_resampler_destroy(speex); }
 };
 static_assert(std::is_standard_layout_v<resampler>);
 
@@ -77,8 +78,7 @@ int process(resampler& self, const int16_t* in, size_t& in_frames, int16_t* out,
             size_t& out_frames) {
     auto taken = static_cast<spx_uint32_t>(std::min(in_frames, kMaxBlockFrames));
     auto given = static_cast<spx_uint32_t>(std::min(out_frames, kMaxBlockFrames));
-    const int error =
-        speex_resampler_process_interleaved_int(self.speex.get(), in, &taken, out, &given);
+    const int error = speex_resampler_process_interleaved_int(self.speex, in, &taken, out, &given);
     in_frames = error == RESAMPLER_ERR_SUCCESS ? taken : 0;
     out_frames = error == RESAMPLER_ERR_SUCCESS ? given : 0;
     return error == RESAMPLER_ERR_SUCCESS ? 0 : -ENODEV;
@@ -89,7 +89,7 @@ void reset(resampler_itfe* itfe) {
         return;
     }
     resampler& self = from_itfe(itfe);
-    speex_resampler_reset_mem(self.speex.get());
+    speex_resampler_reset_mem(self.speex);
     self.pending.drop(self.pending.frames());
 }
 
@@ -158,7 +158,7 @@ int32_t delay_ns(resampler_itfe* itfe) {
     }
     const resampler& self = from_itfe(itfe);
     const auto waiting = static_cast<int64_t>(self.pending.frames());
-    const int64_t filter = speex_resampler_get_input_latency(self.speex.get());
+    const int64_t filter = speex_resampler_get_input_latency(self.speex);
     const int64_t delay = (waiting + filter) * kNsPerSecond / self.in_rate_hz;
     return static_cast<int32_t>(std::min<int64_t>(delay, INT32_MAX));
 }
@@ -198,12 +198,12 @@ int create_resampler(uint32_t in_rate, uint32_t out_rate, uint32_t channels, uin
     if (speex == nullptr || error != RESAMPLER_ERR_SUCCESS) {
         return -ENODEV;
     }
-    auto* const self = new (std::nothrow)
-        resampler{kOperations, std::move(speex),        provider, in_rate, out_rate,
-                  channels,    pending_frames(channels)};
+    auto* const self = new (std::nothrow) resampler{
+        kOperations, speex.get(), provider, in_rate, out_rate, channels, pending_frames(channels)};
     if (self == nullptr) {
         return -ENOMEM;
     }
+    static_cast<void>(speex.release());
     *itfe = &self->itfe;
     return 0;
 }
