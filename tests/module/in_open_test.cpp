@@ -142,15 +142,17 @@ TEST_F(InOpen, AttachesTheVoiceInputLastAndDetachesItFirst) {
     unsetenv("CORVEX_NANO_REFUSE_OPEN");
     const struct hpi* const hpi = to_hal_stream_in(stream)->hpi;
     EXPECT_EQ(last_result, 0);
-    EXPECT_EQ(lines_of(stream, hpi),
-              (std::vector<std::string>{
-                  "adev_open_input_stream: enter: devices(0x80000004) sample_rate(44100) "
-                  "channel_mask(0x10) flags(0x1) audioformat(0x1) source(0x1)",
-                  "adev_open_input_stream return: sample_rate: 44100, channels: 10, format: 1",
-                  "create_resampler user_rate:44100 hal_rate:48000",
-                  "nano_input_open:config.channel_mask:16, config.sample_rate:16000",
-                  "nano_input_open stream IN rate 16000 mask 0x10 format 0x1 frames 0: -19",
-                  "custom_open: nano_input_open : -19"}));
+    const std::string entered =
+        "adev_open_input_stream: enter: devices(0x80000004) sample_rate(44100) "
+        "channel_mask(0x10) flags(0x1) audioformat(0x1) source(0x1)";
+    EXPECT_EQ(
+        lines_of(stream, hpi),
+        (std::vector<std::string>{
+            entered, "adev_open_input_stream return: sample_rate: 44100, channels: 10, format: 1",
+            "create_resampler user_rate:44100 hal_rate:48000",
+            "nano_input_open:config.channel_mask:16, config.sample_rate:16000",
+            "nano_input_open stream IN rate 16000 mask 0x10 format 0x1 frames 0: -19",
+            "custom_open: nano_input_open : -19"}));
     char buffer[64];
     EXPECT_EQ(stream->read(stream, buffer, sizeof(buffer)), 64);
     log.clear();

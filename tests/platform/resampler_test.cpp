@@ -60,10 +60,12 @@ resampler_ptr make(uint32_t in_rate, uint32_t out_rate, uint32_t channels,
 // A different tone on each channel.
 std::vector<int16_t> tones(size_t frames, size_t channels) {
     std::vector<int16_t> samples;
-    for (size_t i = 0; i < frames * channels; ++i) {
-        const double hz = 1000.0 * static_cast<double>(i % channels + 1);
-        samples.push_back(static_cast<int16_t>(
-            std::lrint(16000 * tone_at(hz, kCardRateHz, static_cast<double>(i / channels)))));
+    for (size_t frame = 0; frame < frames; ++frame) {
+        for (size_t channel = 0; channel < channels; ++channel) {
+            const double tone = tone_at(1000.0 * static_cast<double>(channel + 1), kCardRateHz,
+                                        static_cast<double>(frame));
+            samples.push_back(static_cast<int16_t>(std::lrint(16000 * tone)));
+        }
     }
     return samples;
 }
