@@ -15,13 +15,20 @@ set(CORVEX_MODULE_SOURCES
   direct/stream_attributes.cpp
   direct/tunnel_writer.cpp
   hal/arguments.cpp
+  hal/buffer_duration.cpp
   hal/capability_lists.cpp
   hal/channel_mask.cpp
   hal/device_controls.cpp
   hal/device_microphones.cpp
   hal/device_open.cpp
   hal/device_parameters.cpp
+  hal/in_attributes.cpp
+  hal/in_fold.cpp
   hal/in_open.cpp
+  hal/in_parameters.cpp
+  hal/in_pcm_config.cpp
+  hal/in_provider.cpp
+  hal/in_read.cpp
   hal/module_descriptor.cpp
   hal/out_attributes.cpp
   hal/out_backend.cpp
@@ -34,7 +41,9 @@ set(CORVEX_MODULE_SOURCES
   hal/parsed_parameters.cpp
   hal/stream_frame_size.cpp
   hal/voice_input.cpp
+  pcm/hpi.cpp
   pcm/hpo.cpp
+  pcm/open_card.cpp
   pcm/published_pcm.cpp
   player_client/event_observer.cpp
   player_client/player_adapter.cpp
@@ -49,8 +58,9 @@ function(corvex_module_objects target capture_dir)
   target_compile_definitions(${target} PUBLIC "CORVEX_CAPTURE_DIR=\"${capture_dir}\"")
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
   target_link_libraries(${target} PRIVATE corvex::warnings
-    PUBLIC corvex::hardware_headers corvex::cutils corvex::annexk corvex::nano corvex::tinyalsa
-      corvex::zuavplayer corvex::binder android::log android::cutils android::utils)
+    PUBLIC corvex::hardware_headers corvex::cutils corvex::annexk corvex::audioutils corvex::nano
+      corvex::tinyalsa corvex::zuavplayer corvex::binder android::log android::cutils
+      android::utils)
 endfunction()
 
 # corvex_module(TARGET OBJECTS): audio.primary.corvex.so from such objects, every platform library

@@ -30,6 +30,10 @@ constexpr capture_target es_capture = {"persist.audiohal.file.es",
 constexpr capture_target pts_capture = {"persist.audiohal.file.pts",
                                         CORVEX_CAPTURE_DIR "/hal_audio.pts"};
 
+// What the sound card hands to the PCM capture back end.
+constexpr capture_target record_capture = {"persist.audiohal.file.record",
+                                           CORVEX_CAPTURE_DIR "/hal_audio.record"};
+
 // Who logs: a back end's tag and the operation that is running.
 struct capture_log {
     const char* tag;

@@ -1,4 +1,4 @@
-// Refusal of null pointers that a careless framework may pass.
+// What operations do with arguments that they do not use, or cannot.
 #pragma once
 
 void log_null_argument(const char* operation);
@@ -12,3 +12,7 @@ bool any_null(const char* operation, Pointer... pointer) {
     }
     return false;
 }
+
+// An operation that is accepted and does nothing: its entry trace, and 0, or -EINVAL for a null
+// stream.
+int accept_and_ignore(const char* operation, const void* stream);

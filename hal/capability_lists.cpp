@@ -131,3 +131,11 @@ int get_parameter_rates(struct str_parms* query, struct str_parms* reply, const 
     str_parms_add_str(reply, AUDIO_PARAMETER_STREAM_SUP_SAMPLING_RATES, value);
     return used > 0 ? 1 : 0;
 }
+
+const capability_query capability_queries[3] = {
+    {AUDIO_PARAMETER_STREAM_SUP_CHANNELS, get_parameter_channels,
+     &stream_capabilities::channel_masks},
+    {AUDIO_PARAMETER_STREAM_SUP_FORMATS, get_parameter_formats, &stream_capabilities::formats},
+    {AUDIO_PARAMETER_STREAM_SUP_SAMPLING_RATES, get_parameter_rates,
+     &stream_capabilities::sample_rates},
+};

@@ -16,3 +16,19 @@ int get_parameter_formats(struct str_parms* query, struct str_parms* reply, cons
 
 // "sup_sampling_rates": decimal numbers joined by "|". 1, or 0 without the key or without a rate.
 int get_parameter_rates(struct str_parms* query, struct str_parms* reply, const uint32_t* list);
+
+// The lists of one stream, borrowed.
+struct stream_capabilities {
+    const uint32_t* channel_masks;
+    const uint32_t* formats;
+    const uint32_t* sample_rates;
+};
+
+// One writer a key, in the order in which streams answer.
+struct capability_query {
+    const char* key;
+    int (*write)(struct str_parms* query, struct str_parms* reply, const uint32_t* list);
+    const uint32_t* stream_capabilities::*list;
+};
+
+extern const capability_query capability_queries[3];

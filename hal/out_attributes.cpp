@@ -1,6 +1,5 @@
 #include <errno.h>
 
-#include "diag/debug_switches.h"
 #include "diag/log.h"
 #include "diag/relaxed.h"
 #include "hal/arguments.h"
@@ -8,15 +7,7 @@
 #include "hal/out_operations.h"
 
 namespace {
-
 constexpr const char* log_tag = "audio_hal";
-
-// An operation that is accepted and does nothing.
-int accept(const char* operation, const void* stream) {
-    trace_call(log_tag, operation);
-    return any_null(operation, stream) ? -EINVAL : 0;
-}
-
 }  // namespace
 
 uint32_t out_get_sample_rate(const struct audio_stream* stream) {
@@ -94,15 +85,15 @@ uint32_t out_get_latency(const struct audio_stream_out* stream) {
 }
 
 int out_dump(const struct audio_stream* stream, int /*fd*/) {
-    return accept(__func__, stream);
+    return accept_and_ignore(__func__, stream);
 }
 
 int out_add_audio_effect(const struct audio_stream* stream, effect_handle_t /*effect*/) {
-    return accept(__func__, stream);
+    return accept_and_ignore(__func__, stream);
 }
 
 int out_remove_audio_effect(const struct audio_stream* stream, effect_handle_t /*effect*/) {
-    return accept(__func__, stream);
+    return accept_and_ignore(__func__, stream);
 }
 
 int out_set_volume(struct audio_stream_out* stream, float /*left*/, float /*right*/) {

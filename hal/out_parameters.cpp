@@ -10,25 +10,7 @@
 #include "records/stream_out.h"
 
 namespace {
-
 constexpr const char* log_tag = "audio_hal";
-
-// One writer a key, in the order in which they answer.
-struct capability_query {
-    const char* key;
-    int (*write)(struct str_parms* query, struct str_parms* reply, const uint32_t* list);
-    const uint32_t* (*list)(const hal_stream_out* out);
-};
-
-constexpr capability_query capability_queries[] = {
-    {AUDIO_PARAMETER_STREAM_SUP_CHANNELS, get_parameter_channels,
-     [](const hal_stream_out* out) -> const uint32_t* { return out->supported_channel_masks; }},
-    {AUDIO_PARAMETER_STREAM_SUP_FORMATS, get_parameter_formats,
-     [](const hal_stream_out* out) -> const uint32_t* { return out->supported_formats; }},
-    {AUDIO_PARAMETER_STREAM_SUP_SAMPLING_RATES, get_parameter_rates,
-     [](const hal_stream_out* out) -> const uint32_t* { return out->supported_sample_rates; }},
-};
-
 }  // namespace
 
 int out_set_parameters(struct audio_stream* stream, const char* kvpairs) {
@@ -60,11 +42,13 @@ char* out_get_parameters(const struct audio_stream* stream, const char* keys) {
     }
     HAL_LOGV("out_get_parameters() enter: keys=%s", keys);
 
+    const hal_stream_out* const out = to_hal_stream_out(stream);
+    const stream_capabilities lists = {out->supported_channel_masks, out->supported_formats,
+                                       out->supported_sample_rates};
     int status = 0;  // of the last key that was handled
     for (const capability_query& each : capability_queries) {
         if (str_parms_has_key(query.keys.get(), each.key)) {
-            status = each.write(query.keys.get(), query.reply.get(),
-                                each.list(to_hal_stream_out(stream)));
+            status = each.write(query.keys.get(), query.reply.get(), lists.*each.list);
         }
     }
     char* const result = status != 0 ? str_parms_to_str(query.reply.get()) : strdup("");

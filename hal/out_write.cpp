@@ -1,12 +1,10 @@
-#include <algorithm>
 #include <errno.h>
-#include <time.h>
-#include <unistd.h>
 
 #include "diag/debug_switches.h"
 #include "diag/lock.h"
 #include "diag/log.h"
 #include "hal/arguments.h"
+#include "hal/buffer_duration.h"
 #include "hal/channel_mask.h"
 #include "hal/out_backend.h"
 #include "hal/out_operations.h"
@@ -15,26 +13,6 @@
 namespace {
 
 constexpr const char* log_tag = "audio_hal";
-
-// What one usleep() takes on every platform's useconds_t.
-constexpr uint64_t longest_sleep_us = 4'000'000'000;
-
-uint64_t now_us() {
-    struct timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1'000'000 +
-           static_cast<uint64_t>(now.tv_nsec) / 1000;
-}
-
-void sleep_us(uint64_t duration_us) {
-    while (duration_us > 0) {
-        const uint64_t slice_us = std::min(duration_us, longest_sleep_us);
-        const uint64_t start_us = now_us();
-        const bool slept = usleep(static_cast<useconds_t>(slice_us)) == 0;
-        // A signal ends a sleep early: what is left of it is slept as well.
-        duration_us -= slept ? slice_us : std::min(duration_us, now_us() - start_us);
-    }
-}
 
 // Takes as long as the refused data would have played, so that the framework keeps its pace.
 ssize_t sleep_instead_of_playing(hal_stream_out* out, size_t bytes) {
@@ -51,7 +29,7 @@ ssize_t sleep_instead_of_playing(hal_stream_out* out, size_t bytes) {
         HAL_LOGE("%s: Invalid sample rate", "out_write");
         return -EINVAL;
     }
-    sleep_us(static_cast<uint64_t>(bytes) * 1'000'000 / frame_bytes / rate_hz);
+    sleep_for_buffer_duration(bytes, frame_bytes, rate_hz);
     return static_cast<ssize_t>(bytes);
 }
 

@@ -2,7 +2,6 @@
 
 #include <errno.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include <annexk/annexk.h>
 #include <cutils/properties.h>
@@ -11,6 +10,7 @@
 #include "diag/capture_file.h"
 #include "diag/log.h"
 #include "diag/relaxed.h"
+#include "pcm/open_card.h"
 #include "pcm/published_pcm.h"
 #include "records/sample_format.h"
 #include "records/stream_out.h"
@@ -62,14 +62,9 @@ int32_t hpo_open(struct hpo* hpo) {
     }
     HAL_LOGD("%s:device(hw:%d:%d) flags(0x%x) \n", __func__, static_cast<int>(hpo->card),
              static_cast<int>(hpo->pcm_device), open_flags);
-    struct pcm* const pcm = pcm_open(hpo->card, hpo->pcm_device, open_flags, &hpo->out->config);
-    if (pcm == nullptr || !pcm_is_ready(pcm)) {
-        // Without a handle the library has no text; it gives none only when memory is short.
-        HAL_LOGE("pcm_open() failed: %s",
-                 log_text(pcm != nullptr ? pcm_get_error(pcm) : strerror(ENOMEM)));
-        if (pcm != nullptr) {
-            pcm_close(pcm);
-        }
+    struct pcm* const pcm =
+        open_card(hpo->card, hpo->pcm_device, open_flags, hpo->out->config, log_tag);
+    if (pcm == nullptr) {
         return -ENOMEM;
     }
     publish_pcm(hpo, pcm);

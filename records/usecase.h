@@ -9,6 +9,9 @@ enum out_usecase : uint32_t {
     USECASE_DIRECT_PASSTHRU = 4,  // player service
 };
 
+// Of every input stream.
+constexpr int32_t USECASE_CAPTURE = 6;
+
 constexpr bool is_direct(out_usecase usecase) {
     return usecase == USECASE_DIRECT_HWSYNC || usecase == USECASE_DIRECT_PASSTHRU;
 }

@@ -41,6 +41,8 @@ struct command_entry {
 const std::vector<command_entry>& command_table();
 
 std::unique_ptr<command> make_play();
+std::unique_ptr<command> make_record();
+std::unique_ptr<command> make_loop();
 std::unique_ptr<command> make_info();
 std::unique_ptr<command> make_getprop();
 std::unique_ptr<command> make_setprop();

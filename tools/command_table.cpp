@@ -14,6 +14,25 @@ const std::vector<command_entry>& command_table() {
          "  corvex-hal play movie.wav --channels 6 --device plughw:1\n"
          "  corvex-hal play song.flac -v --prop persist.audiohal.log.all=1\n",
          make_play},
+        {"record", "Record the primary input into a WAV file",
+         "The card runs at 48000 Hz in stereo; other rates and one channel are converted by the\n"
+         "module. The rates are 8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100 and 48000.\n"
+         "Without --seconds Ctrl-C or SIGTERM ends recording, with status 0; with it the status\n"
+         "is then 130. What was recorded is in the file either way; a second signal kills.\n\n"
+         "Examples:\n"
+         "  corvex-hal record voice.wav --rate 16000 --channels 1 --seconds 5\n"
+         "  corvex-hal record take.wav --device plughw:1\n"
+         "  corvex-hal record again.wav --device song.wav --rate 44100 --seconds 3\n",
+         make_record},
+        {"loop", "Record while playing and tell the round-trip delay",
+         "A short sweep is played at -12 dB and looked for in what is recorded meanwhile. The\n"
+         "output has to reach the input: through a cable, through the air, through a loopback\n"
+         "card, or through one WAV file, which shows the module's own share.\n\n"
+         "Examples:\n"
+         "  corvex-hal loop\n"
+         "  corvex-hal loop --playback hw:Loopback,0 --capture hw:Loopback,1\n"
+         "  corvex-hal loop --playback loop.wav --capture loop.wav\n",
+         make_loop},
         {"info", "Show the module, its device and what its streams accept",
          "Streams are opened and closed again; nothing is played.\n\n"
          "Examples:\n"

@@ -1,5 +1,5 @@
-// corvex-hal: loads the audio module the way the audio server does, and plays, inspects and
-// configures it. Sub-commands are in command_table.cpp.
+// corvex-hal: loads the audio module the way the audio server does, plays and records through it,
+// inspects and configures it. Sub-commands are in command_table.cpp.
 
 #include <algorithm>
 #include <cstdio>
@@ -22,6 +22,7 @@ constexpr char footer[] =
     "Examples:\n"
     "  corvex-hal play song.flac                   to card 0, or to song.played.wav\n"
     "  corvex-hal play song.flac --device out.wav  to a WAV file\n"
+    "  corvex-hal record voice.wav --seconds 5     from card 0\n"
     "  corvex-hal info                             what the module offers\n"
     "  corvex-hal setprop persist.audiohal.log.all 1\n"
     "  corvex-hal play --help                      more about one command\n";
@@ -62,7 +63,8 @@ struct subcommand {
 };
 
 int run(int argc, char** argv) {
-    CLI::App app("Plays, inspects and configures the primary audio module.", "corvex-hal");
+    CLI::App app("Plays and records through the primary audio module, inspects and configures it.",
+                 "corvex-hal");
     app.set_version_flag("--version", "corvex-hal " CORVEX_VERSION);
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.footer(footer);

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -85,7 +84,8 @@ class play_command : public command {
 
     int run(const global_options& options, log_lines& log) override {
         audio_file file(file_);
-        const sink_device sink = choose_sink({device_, file_, environment()});
+        const sink_device sink =
+            choose_sink({device_, file_, environment_value(playback_variable)});
         sink.apply();
         const auto written_before = time_written(sink.wav_path);
 
@@ -131,11 +131,6 @@ class play_command : public command {
     }
 
   private:
-    static std::string environment() {
-        const char* value = std::getenv(playback_variable);
-        return value == nullptr ? "" : value;
-    }
-
     void print_summary(const audio_file& file, const sink_device& sink,
                        const playback_report& report, double took_s) const {
         std::printf("%-10s %s (%s; %" PRIu32 " Hz, %u channel%s, %s)\n",

@@ -1,11 +1,11 @@
 #include "tools/playback.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <thread>
 #include <vector>
 
+#include "tools/card_failure.h"
 #include "tools/tool_error.h"
 
 namespace {
@@ -26,19 +26,6 @@ constexpr int silent_tail_buffers = 8;
 
 // So many writes beyond the latency, and a card that plays has presented something.
 constexpr uint64_t silent_writes_allowed = 8;
-
-// Error lines of the module which say that data did not reach the card, and the text before the
-// reason they carry.
-struct fatal_line {
-    const char* part;
-    bool has_reason;  // the text behind `part` says why
-    const char* meaning;
-};
-constexpr std::array<fatal_line, 3> fatal_lines = {{
-    {"pcm_open() failed:", true, "the module could not open the card"},
-    {"hpo_open failed", false, "the module could not open the card"},
-    {"byte written failed", false, "the card stopped taking data"},
-}};
 
 }  // namespace
 
@@ -112,25 +99,13 @@ bool playback::write_all(const char* data, size_t bytes) {
     return true;
 }
 
-// True when the module has logged that data is not reaching the card. The line that carries the
-// reason comes first in the table and is preferred.
 bool playback::card_failed() {
-    const std::vector<log_line> problems = log_.problems();
-    for (const fatal_line& fatal : fatal_lines) {
-        for (const log_line& line : problems) {
-            const size_t at = line.text.find(fatal.part);
-            if (at == std::string::npos) {
-                continue;
-            }
-            const std::string reason = fatal.has_reason
-                                           ? line.text.substr(at + std::string(fatal.part).size())
-                                           : " " + line.text;
-            report_.failure =
-                std::string(fatal.meaning) + ":" + reason + "; choose another sink with --device";
-            return true;
-        }
+    const std::string reason = card_failure(log_);
+    if (reason.empty()) {
+        return false;
     }
-    return false;
+    report_.failure = reason + "; choose another sink with --device";
+    return true;
 }
 
 // What the stream answers, which the report follows.

@@ -38,13 +38,18 @@ progress_line::~progress_line() {
 
 void progress_line::show(uint64_t position_frames, uint64_t total_frames, uint32_t rate_hz,
                          uint32_t latency_ms) {
-    const auto now = std::chrono::steady_clock::now();
-    if (!on_ || now < next_) {
-        return;
+    if (due()) {
+        draw(progress_text(position_frames, total_frames, rate_hz, latency_ms));
     }
-    next_ = now + redraw_every;
+}
+
+bool progress_line::due() const {
+    return on_ && std::chrono::steady_clock::now() >= next_;
+}
+
+void progress_line::draw(const std::string& text) {
+    next_ = std::chrono::steady_clock::now() + redraw_every;
     dirty_ = true;
-    const std::string text = progress_text(position_frames, total_frames, rate_hz, latency_ms);
     std::fprintf(stderr, "\r%s\033[K", text.c_str());
     std::fflush(stderr);
 }

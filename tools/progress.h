@@ -1,4 +1,5 @@
-// The one line that shows on a terminal while something plays, and the texts for times.
+// The one line that shows on a terminal while something plays or is recorded, and the texts for
+// times.
 #pragma once
 
 #include <chrono>
@@ -24,6 +25,10 @@ class progress_line {
     void show(uint64_t position_frames, uint64_t total_frames, uint32_t rate_hz,
               uint32_t latency_ms);
     void clear();
+
+    // Whether a line is wanted and the last one is old enough; draws any line.
+    bool due() const;
+    void draw(const std::string& text);
 
   private:
     bool on_;

@@ -1,12 +1,10 @@
-// Where played audio goes: the sound card, an ALSA PCM by name, or a WAV file.
-//
-// The module always plays to card 0, device 0; the tinyalsa of a workstation lets an environment
-// variable send that elsewhere. Choosing looks only; apply() sets the variable and has to come
-// before the module opens the card.
+// Where played audio goes.
 #pragma once
 
 #include <filesystem>
 #include <string>
+
+#include "tools/chosen_device.h"
 
 constexpr char playback_variable[] = "CORVEX_ALSA_PLAYBACK";
 
@@ -17,14 +15,7 @@ struct sink_request {
     std::filesystem::path proc_asound = "/proc/asound";
 };
 
-struct sink_device {
-    std::string variable;            // for the environment variable; empty when it has to be unset
-    std::string text;                // for a person: "ALSA PCM 'plughw:1'"
-    std::filesystem::path wav_path;  // a WAV file only, absolute
-
-    bool is_wav_file() const { return !wav_path.empty(); }
-    void apply() const;
-};
+using sink_device = chosen_device;
 
 // The rule of --device:
 //   auto      what the environment variable says, else card 0 if it can play, else the file

@@ -27,7 +27,7 @@ struct pcm_target {
 struct pcm_backend {
     int (*open)(pcm& handle, const pcm_target& target);
     long (*write)(pcm& handle, const void* data, unsigned long frames);
-    long (*read)(pcm& handle, void* data, unsigned long frames);  // null: playback only
+    long (*read)(pcm& handle, void* data, unsigned long frames);
     int (*htimestamp)(pcm& handle, unsigned* avail_frames, timespec* timestamp);
     int (*prepare)(pcm& handle);
     int (*start)(pcm& handle);
@@ -36,7 +36,8 @@ struct pcm_backend {
 };
 
 extern const pcm_backend kAlsaBackend;
-extern const pcm_backend kWavBackend;
+extern const pcm_backend kWavPlaybackBackend;
+extern const pcm_backend kWavCaptureBackend;
 
 }  // namespace tinyalsa
 

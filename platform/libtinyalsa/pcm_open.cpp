@@ -66,7 +66,7 @@ pcm_target find_target(unsigned card, unsigned device, bool capture, const pcm_b
         target.name = "hw:" + std::to_string(card) + "," + std::to_string(device);
     } else if (std::strncmp(name, kWavPrefix, sizeof kWavPrefix - 1) == 0) {
         target.name = name + sizeof kWavPrefix - 1;
-        backend = &kWavBackend;
+        backend = capture ? &kWavCaptureBackend : &kWavPlaybackBackend;
     } else {
         target.name = name;
     }
@@ -85,11 +85,6 @@ void open_handle(pcm& handle, unsigned card, unsigned device, const pcm_config* 
     handle.config = *config;
     if (const char* fault = find_fault(handle)) {
         fail_open(handle, target, -EINVAL, "%s", fault);
-        return;
-    }
-    if (handle.is_capture() && backend->read == nullptr) {
-        fail_open(handle, target, -ENOTSUP, "a WAV file can only be played to; name a PCM in %s",
-                  target.variable);
         return;
     }
     if (backend->open(handle, target) == 0) {

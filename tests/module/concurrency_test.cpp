@@ -161,3 +161,58 @@ TEST_F(Concurrency, StreamsOpenTheirCardsOneAfterTheOther) {
     EXPECT_EQ(most, 1);
     EXPECT_EQ(tinyalsa().opens.size(), 400U);
 }
+
+TEST_F(Concurrency, ReadsRaceStandbyParametersAndOtherStreamsAndLoseNoFrame) {
+    open_device();
+    for (const uint32_t rate : {48000U, 44100U}) {
+        reset_tinyalsa();
+        tinyalsa().sound = audio(1 << 22);
+        struct audio_stream_in* const stream = open_input(rate, AUDIO_CHANNEL_IN_MONO);
+        struct audio_stream* const common = &stream->common;
+        std::atomic<bool> done{false};
+        std::vector<std::thread> others;
+        others.emplace_back([&] {
+            while (!done) {
+                common->standby(common);
+                std::this_thread::yield();
+            }
+        });
+        others.emplace_back([&] {
+            while (!done) {
+                common->set_parameters(common, "routing=4");
+                common->set_sample_rate(common, rate);
+                common->set_format(common, AUDIO_FORMAT_PCM_16_BIT);
+                common->get_buffer_size(common);
+                stream->set_gain(stream, 1);
+            }
+        });
+        others.emplace_back([&] {
+            while (!done) {
+                struct audio_config config = {};
+                config.sample_rate = 48000;
+                config.channel_mask = AUDIO_CHANNEL_IN_STEREO;
+                config.format = AUDIO_FORMAT_PCM_16_BIT;
+                struct audio_stream_in* other = nullptr;
+                dev->open_input_stream(dev, 2, AUDIO_DEVICE_IN_BUILTIN_MIC, &config, &other,
+                                       AUDIO_INPUT_FLAG_NONE, nullptr, AUDIO_SOURCE_MIC);
+                other->read(other, &config, 0);  // opens the card and takes nothing
+                dev->close_input_stream(dev, other);
+            }
+        });
+        size_t taken = 0;
+        char buffer[1024];
+        for (int round = 0; round < 300; ++round) {
+            taken += static_cast<size_t>(stream->read(stream, buffer, sizeof(buffer)));
+        }
+        done = true;
+        for (std::thread& each : others) {
+            each.join();
+        }
+        if (rate == 48000) {
+            EXPECT_EQ(tinyalsa().sound_taken, taken * 2);
+        }
+        EXPECT_EQ(tinyalsa().uses_after_close, 0);
+        close_input(stream);
+        EXPECT_EQ(tinyalsa().open_handles, 0);
+    }
+}

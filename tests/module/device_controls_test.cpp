@@ -147,12 +147,3 @@ TEST_F(DeviceControls, ObtainTheAvSyncSourceOnce) {
     EXPECT_EQ(get("hw_av_sync"), "hw_av_sync=-2147483647");  // a signed number in the text
     to_hal_device(dev)->hw_sync_id = 4711;
 }
-
-TEST_F(DeviceControls, RefuseCaptureForNow) {
-    struct audio_config config = {};
-    auto* stream = reinterpret_cast<struct audio_stream_in*>(this);
-    EXPECT_EQ(dev->open_input_stream(dev, 1, AUDIO_DEVICE_IN_BUILTIN_MIC, &config, &stream,
-                                     AUDIO_INPUT_FLAG_NONE, nullptr, AUDIO_SOURCE_MIC),
-              -ENOSYS);
-    EXPECT_EQ(stream, nullptr);
-}

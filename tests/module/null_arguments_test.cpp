@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <functional>
 
+#include "pcm/hpi.h"
 #include "pcm/hpo.h"
 #include "tests/support/module_fixture.h"
 
@@ -34,6 +35,12 @@ TEST_F(NullArguments, AreRefusedByTheDevice) {
         return dev->open_output_stream(device, 0, 0, AUDIO_OUTPUT_FLAG_NONE, request, place,
                                        nullptr);
     };
+    struct audio_stream_in* input = reinterpret_cast<struct audio_stream_in*>(this);
+    const auto open_in = [&](struct audio_hw_device* device, struct audio_config* request,
+                             struct audio_stream_in** place) {
+        return dev->open_input_stream(device, 0, 0, request, place, AUDIO_INPUT_FLAG_NONE, nullptr,
+                                      AUDIO_SOURCE_MIC);
+    };
     const auto methods_open = HAL_MODULE_INFO_SYM.methods->open;
     struct hw_device_t* device = nullptr;
     float volume = 0;
@@ -46,6 +53,9 @@ TEST_F(NullArguments, AreRefusedByTheDevice) {
         {"stream: no device", [&] { return open(nullptr, &config, &stream); }, -EINVAL},
         {"stream: no configuration", [&] { return open(dev, nullptr, &stream); }, -EINVAL},
         {"stream: no place", [&] { return open(dev, &config, nullptr); }, -EINVAL},
+        {"input: no device", [&] { return open_in(nullptr, &config, &input); }, -EINVAL},
+        {"input: no configuration", [&] { return open_in(dev, nullptr, &input); }, -EINVAL},
+        {"input: no place", [&] { return open_in(dev, &config, nullptr); }, -EINVAL},
         {"voice volume", [&] { return dev->set_voice_volume(nullptr, 1); }, -EINVAL},
         {"master volume", [&] { return dev->set_master_volume(nullptr, 1); }, -EINVAL},
         {"get volume", [&] { return dev->get_master_volume(nullptr, &volume); }, -EINVAL},
@@ -65,6 +75,7 @@ TEST_F(NullArguments, AreRefusedByTheDevice) {
         {"microphones: no count", [&] { return dev->get_microphones(dev, nullptr, nullptr); }, -1},
     });
     EXPECT_EQ(stream, nullptr);  // cleared by the refusals that could
+    EXPECT_EQ(input, nullptr);
     dev->close_output_stream(dev, nullptr);
     dev->close_input_stream(dev, nullptr);
     for (struct audio_hw_device* each : {dev, static_cast<struct audio_hw_device*>(nullptr)}) {
@@ -140,4 +151,46 @@ TEST_F(NullArguments, AreRefusedByThePlaybackBackEnd) {
     });
     EXPECT_EQ(frames, 99U);
     hpo_destroy(nullptr);
+}
+
+TEST_F(NullArguments, AreRefusedByTheInputStream) {
+    struct audio_stream_in* const s = open_input();
+    const struct audio_stream* const c = &s->common;
+    check_all({
+        {"rate", [&] { return c->get_sample_rate(nullptr); }, 0},
+        {"set rate", [&] { return c->set_sample_rate(nullptr, 1); }, -EINVAL},
+        {"buffer size", [&] { return static_cast<int64_t>(c->get_buffer_size(nullptr)); }, 0},
+        {"channels", [&] { return c->get_channels(nullptr); }, 0},
+        {"format", [&] { return static_cast<int64_t>(c->get_format(nullptr)); },
+         static_cast<int64_t>(AUDIO_FORMAT_INVALID)},
+        {"set format", [&] { return c->set_format(nullptr, AUDIO_FORMAT_PCM_16_BIT); }, -EINVAL},
+        {"standby", [&] { return c->standby(nullptr); }, -EINVAL},
+        {"dump", [&] { return c->dump(nullptr, 1); }, -EINVAL},
+        {"parameters", [&] { return c->set_parameters(nullptr, "a=b"); }, -EINVAL},
+        {"parameters: no text", [&] { return c->set_parameters(&s->common, nullptr); }, -1},
+        {"effect", [&] { return c->add_audio_effect(nullptr, nullptr); }, -EINVAL},
+        {"gain", [&] { return s->set_gain(nullptr, 1); }, -EINVAL},
+        {"frames lost", [&] { return s->get_input_frames_lost(nullptr); }, 0},
+        {"position", [&] { return s->get_capture_position(nullptr, nullptr, nullptr); }, -EINVAL},
+        {"start", [&] { return s->start(nullptr); }, -EINVAL},
+        {"stop", [&] { return s->stop(nullptr); }, -EINVAL},
+    });
+    for (const struct audio_stream* each : {c, static_cast<const struct audio_stream*>(nullptr)}) {
+        char* const text = c->get_parameters(each, nullptr);
+        EXPECT_STREQ(text, "");
+        free(text);
+    }
+    close_input(s);
+}
+
+TEST_F(NullArguments, AreRefusedByTheCaptureBackEnd) {
+    struct hpi ownerless = {};
+    check_all({
+        {"create", [] { return hpi_create(nullptr); }, -EINVAL},
+        {"open", [] { return hpi_open(nullptr); }, -EINVAL},
+        {"open: no stream", [&] { return hpi_open(&ownerless); }, -EINVAL},
+        {"read", [&] { return hpi_read(nullptr, &ownerless, 1); }, -EINVAL},
+        {"close", [] { return hpi_close(nullptr); }, -EINVAL},
+    });
+    hpi_destroy(nullptr);
 }

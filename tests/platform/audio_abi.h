@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <initializer_list>
 
+#include <audio_utils/resampler.h>
 #include <hardware/audio.h>
 #include <hardware/hardware.h>
 #include <system/audio.h>
@@ -81,6 +82,11 @@ LAYOUT(audio_offload_info_t, 48, );
 LAYOUT(audio_microphone_characteristic_t, 2296, );
 #endif
 
+SLOTS(resampler_buffer_provider, 0, SLOT(get_next_buffer), SLOT(release_buffer));
+SLOTS(resampler_itfe, 0, SLOT(reset), SLOT(resample_from_provider), SLOT(resample_from_input),
+      SLOT(delay_ns));
+LAYOUT(resampler_buffer, 2 * sizeof(void*), AT(raw, 0, sizeof(void*)), AT(i16, 0, sizeof(void*)),
+       AT(i8, 0, sizeof(void*)), AT(frame_count, sizeof(void*), sizeof(size_t)));
 SLOTS(hw_module_methods_t, 0, SLOT(open));
 SLOTS(audio_stream, 0, SLOT(get_sample_rate), SLOT(set_sample_rate), SLOT(get_buffer_size),
       SLOT(get_channels), SLOT(get_format), SLOT(set_format), SLOT(standby), SLOT(dump),

@@ -1,14 +1,16 @@
-# Headers, loader, properties, bounds-checked functions, voice input.
+# Headers, loader, properties, bounds-checked functions, sample rates, voice input.
 
 find_package(Threads REQUIRED)
 set(log_recorder ${CMAKE_CURRENT_LIST_DIR}/../support/log_recorder.cpp)
 
-corvex_test(abi_test SOURCES abi_test.cpp LINK corvex::hardware_headers)
+corvex_test(abi_test SOURCES abi_test.cpp LINK corvex::hardware_headers corvex::audioutils)
 
 corvex_test(properties_test SOURCES properties_test.cpp property_file_test.cpp ${log_recorder}
   LINK corvex::cutils android::log Threads::Threads)
 
 corvex_test(annexk_test SOURCES annexk_test.cpp LINK corvex::annexk)
+
+corvex_test(resampler_test SOURCES resampler_test.cpp LINK corvex::audioutils)
 
 corvex_test(nano_test SOURCES nano_test.cpp ${log_recorder}
   LINK corvex::nano corvex::hardware_headers android::log)
@@ -41,6 +43,7 @@ set(platform_dir ${CMAKE_CURRENT_SOURCE_DIR}/../../platform)
 # Public headers compile alone, in C too.
 foreach(header
     libannexk/include/annexk/annexk.h
+    libaudioutils/include/audio_utils/resampler.h
     libcutils/include/cutils/properties.h
     libcutils/include/cutils/property_overrides.h
     libhardware/include/hardware/audio.h

@@ -5,7 +5,8 @@ if(tinyalsa_kind STREQUAL "SHARED_LIBRARY")
 
   corvex_test(tinyalsa_wav_test
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_wav_test.cpp
-    LINK corvex::tinyalsa Threads::Threads)
+            ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_wav_capture_test.cpp
+    LINK corvex::tinyalsa PkgConfig::SNDFILE Threads::Threads)
 
   # Not linked with the library: it loads and unloads it.
   corvex_test(tinyalsa_reload_test
@@ -26,7 +27,8 @@ if(tinyalsa_kind STREQUAL "SHARED_LIBRARY")
             ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_open_test.cpp
             ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_transfer_test.cpp
             ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_pace_test.cpp
-            ${tinyalsa_sources})
+            ${tinyalsa_sources}
+    LINK PkgConfig::SNDFILE)
   target_include_directories(tinyalsa_card_test PRIVATE ${tinyalsa_dir} ${tinyalsa_dir}/include)
   target_compile_definitions(tinyalsa_card_test PRIVATE _FILE_OFFSET_BITS=64)
 endif()

@@ -1,5 +1,7 @@
 #include "tests/support/fake_tinyalsa.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <memory>
 
 namespace {
@@ -22,6 +24,7 @@ struct pcm {
     std::atomic<bool> open{true};
     bool ready = true;
     std::string error;
+    unsigned frame_bytes = 0;
 };
 
 namespace {
@@ -55,6 +58,7 @@ struct pcm* pcm_open(unsigned card, unsigned device, unsigned flags,
     struct pcm* const pcm = all_handles.back().get();
     pcm->ready = fake.not_ready.empty();
     pcm->error = fake.not_ready;
+    pcm->frame_bytes = config->channels * 2;
     ++fake.open_handles;
     return pcm;
 }
@@ -91,6 +95,33 @@ int pcm_write(struct pcm* pcm, const void* data, unsigned bytes) {
     fake.played.insert(fake.played.end(), first, first + bytes);
     ++fake.writes;
     return fake.write_result;
+}
+
+int pcm_read(struct pcm* pcm, void* data, unsigned bytes) {
+    check_open(pcm);
+    fake_tinyalsa& fake = tinyalsa();
+    if (fake.in_read) {
+        fake.in_read();
+    }
+    const std::lock_guard<std::mutex> lock(records_mutex);
+    fake.reads.push_back(bytes);
+    const int number = static_cast<int>(fake.reads.size());
+    if (fake.failing_from != 0 && number >= fake.failing_from &&
+        (fake.failing_until == 0 || number < fake.failing_until)) {
+        pcm->error = "overrun";
+        return -EIO;
+    }
+    const size_t count = std::min<size_t>(bytes, fake.sound.size() - fake.sound_taken);
+    auto* const first = static_cast<char*>(data);
+    std::copy_n(fake.sound.data() + fake.sound_taken, count, first);
+    std::fill(first + count, first + bytes, 0);
+    fake.sound_taken += count;
+    return 0;
+}
+
+unsigned pcm_frames_to_bytes(const struct pcm* pcm, unsigned frames) {
+    check_open(pcm);
+    return tinyalsa().read_nothing ? 0 : frames * pcm->frame_bytes;
 }
 
 int pcm_get_htimestamp(struct pcm* pcm, unsigned* avail, struct timespec* timestamp) {

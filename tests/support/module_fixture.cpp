@@ -62,8 +62,26 @@ void module_test::close_stream(struct audio_stream_out* stream) {
     dev->close_output_stream(dev, stream);
 }
 
-std::string module_test::get_parameters(const struct audio_stream_out* stream, const char* keys) {
-    char* const text = stream->common.get_parameters(&stream->common, keys);
+struct audio_stream_in* module_test::open_input(uint32_t rate, uint32_t mask, uint32_t format) {
+    if (dev == nullptr) {
+        open_device();
+    }
+    struct audio_config config = {};
+    config.sample_rate = rate;
+    config.channel_mask = mask;
+    config.format = static_cast<audio_format_t>(format);
+    auto* stream = reinterpret_cast<struct audio_stream_in*>(this);  // poison
+    last_result = dev->open_input_stream(dev, 1, AUDIO_DEVICE_IN_BUILTIN_MIC, &config, &stream,
+                                         AUDIO_INPUT_FLAG_FAST, nullptr, AUDIO_SOURCE_MIC);
+    return stream;
+}
+
+void module_test::close_input(struct audio_stream_in* stream) {
+    dev->close_input_stream(dev, stream);
+}
+
+std::string module_test::get_parameters(const struct audio_stream& stream, const char* keys) {
+    char* const text = stream.get_parameters(&stream, keys);
     const std::string result = text != nullptr ? text : "(null)";
     free(text);
     return result;

@@ -9,6 +9,7 @@
 #include <hardware/hardware.h>
 
 #include "records/device.h"
+#include "records/stream_in.h"
 #include "records/stream_out.h"
 #include "tests/support/fake_hdo.h"
 #include "tests/support/fake_tinyalsa.h"
@@ -34,7 +35,16 @@ class module_test : public ::testing::Test {
                                          uint32_t rate = 0, uint32_t mask = 0, uint32_t format = 0);
     void close_stream(struct audio_stream_out* stream);
 
-    std::string get_parameters(const struct audio_stream_out* stream, const char* keys);
+    struct audio_stream_in* open_input(uint32_t rate = 48000,
+                                       uint32_t mask = AUDIO_CHANNEL_IN_STEREO,
+                                       uint32_t format = AUDIO_FORMAT_PCM_16_BIT);
+    void close_input(struct audio_stream_in* stream);
+
+    // Of an output or an input stream.
+    std::string get_parameters(const struct audio_stream& stream, const char* keys);
+    std::string get_parameters(const struct audio_stream_out* stream, const char* keys) {
+        return get_parameters(stream->common, keys);
+    }
 
     scratch_dir scratch;
     log_recorder log;
@@ -47,6 +57,11 @@ class module_test : public ::testing::Test {
 inline bool& standby_of(struct audio_stream_out* stream)
     HAL_THREAD_ANNOTATION(no_thread_safety_analysis) {
     return to_hal_stream_out(stream)->standby;
+}
+
+inline bool& standby_of(struct audio_stream_in* stream)
+    HAL_THREAD_ANNOTATION(no_thread_safety_analysis) {
+    return to_hal_stream_in(stream)->standby;
 }
 
 // Whether a mutex is held by anyone, this thread included.

@@ -12,6 +12,12 @@
 //                              second write; stall: stops at 4800
 //   log                        text of an error line that the first write logs
 //   signals                    1: the third write sends the process SIGINT; 2: then SIGTERM as well
+//   in_delay                   the input hears what is written, so many frames later; without it
+//                              the input gives the file "sound" and then silence
+//   in_read                    half: gives half of each piece; zero; fail: answers -EIO
+//   in_log                     text of an error line that the second read logs
+//   in_signal                  1: the third read sends the process SIGINT
+//   open_input                 status that the open of an input answers
 //   bare                       1: all operations that may be absent are absent
 
 #include <algorithm>
@@ -20,6 +26,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include <android/log.h>
@@ -47,9 +54,14 @@ void log_scripted(const std::string& key) {
     }
 }
 
-// One device and one stream at a time.
+// One device and one stream of each direction at a time.
 audio_hw_device device;
 audio_stream_out stream;
+audio_stream_in input;
+audio_config asked_input;
+std::string heard;  // what the input gives, as bytes
+size_t heard_taken;
+uint32_t reads;
 audio_config asked;
 uint64_t frames_written;
 uint64_t frames_played;
@@ -73,6 +85,9 @@ ssize_t write_pcm(audio_stream_out*, const void* data, size_t bytes) {
         bytes = bytes / frame_bytes / 2 * frame_bytes;
     }
     std::ofstream("pcm", std::ios::app) << std::string(static_cast<const char*>(data), bytes);
+    if (!scripted("in_delay").empty()) {
+        heard.append(static_cast<const char*>(data), bytes);
+    }
     frames_written += bytes / frame_bytes;
     // A write returns once no more than the card's 960 frames are queued.
     frames_played = std::max(frames_played, std::max<uint64_t>(frames_written, 960) - 960);
@@ -129,6 +144,55 @@ int open_output_stream(audio_hw_device*, audio_io_handle_t, audio_devices_t devi
     return static_cast<int>(scripted_number("open_stream", 0));
 }
 
+ssize_t read_pcm(audio_stream_in*, void* data, size_t bytes) {
+    record_call("read " + std::to_string(bytes));
+    ++reads;
+    if (reads == 2) {
+        log_scripted("in_log");
+    } else if (reads == 3 && scripted_number("in_signal", 0) != 0) {
+        std::raise(SIGINT);
+    }
+    const std::string behaviour = scripted("in_read");
+    if (behaviour == "zero" || behaviour == "fail") {
+        return behaviour == "zero" ? 0 : -EIO;
+    }
+    bytes = behaviour == "half" ? (bytes + 4) / 8 * 4 : bytes;
+    std::string piece = heard.substr(std::min(heard_taken, heard.size()), bytes);
+    heard_taken += bytes;
+    piece.resize(bytes);
+    std::copy(piece.begin(), piece.end(), static_cast<char*>(data));
+    return static_cast<ssize_t>(bytes);
+}
+
+int open_input_stream(audio_hw_device*, audio_io_handle_t, audio_devices_t devices,
+                      audio_config* config, audio_stream_in** stream_in, audio_input_flags_t,
+                      const char*, audio_source_t source) {
+    std::ostringstream call;
+    call << "open_input_stream " << config->sample_rate << " " << config->channel_mask << " "
+         << config->format << " " << std::hex << devices << " " << source;
+    record_call(call.str());
+    asked_input = *config;
+    input = {};
+    if (const std::string delay = scripted("in_delay"); !delay.empty()) {
+        heard.insert(0, 4 * scripted_number("in_delay", 0), '\0');
+    } else {
+        std::ifstream file("sound", std::ios::binary);
+        heard.assign(std::istreambuf_iterator<char>(file), {});
+    }
+    input.common.get_sample_rate = [](const audio_stream*) { return asked_input.sample_rate; };
+    input.common.get_channels = [](const audio_stream*) { return asked_input.channel_mask; };
+    input.common.get_format = [](const audio_stream*) {
+        return static_cast<audio_format_t>(scripted_number("format", asked_input.format));
+    };
+    input.common.get_buffer_size = [](const audio_stream*) {
+        return size_t{scripted_number("buffer", 2048)};
+    };
+    input.read = read_pcm;
+    input.get_input_frames_lost = [](audio_stream_in*) { return reads == 1 ? 7U : 0U; };
+    *stream_in = &input;
+    return static_cast<int>(scripted_number("open_input", 0));
+}
+
 int open_device(const hw_module_t* module, const char* name, hw_device_t** device_out) {
     record_call(std::string("open ") + name);
     log_scripted("open_log");
@@ -143,6 +207,12 @@ int open_device(const hw_module_t* module, const char* name, hw_device_t** devic
     device.close_output_stream = [](audio_hw_device*, audio_stream_out*) {
         record_call("close_output_stream");
     };
+    if (scripted_number("bare", 0) == 0) {
+        device.open_input_stream = open_input_stream;
+        device.close_input_stream = [](audio_hw_device*, audio_stream_in*) {
+            record_call("close_input_stream");
+        };
+    }
     *device_out = &device.common;
     return static_cast<int>(scripted_number("open_device", 0));
 }

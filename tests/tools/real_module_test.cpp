@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "tests/support/scratch_dir.h"
+#include "tests/support/tone.h"
 #include "tests/tools/audio_samples.h"
 #include "tests/tools/subprocess.h"
 
@@ -38,6 +39,58 @@ TEST(RealModule, WhatGoesInComesOut) {
         EXPECT_EQ(read_samples("out.wav"), samples);
         const std::string presented = "presented  " + std::to_string(row.frames) + " frames\n";
         EXPECT_TRUE(has(result.out, presented)) << result.out;
+    }
+}
+
+// A tone is recorded as it is at every rate, and nothing is heard twice or left out.
+TEST(RealModule, RecordsWhatTheCardGives) {
+    const scratch_dir dir;
+    std::vector<int16_t> frames;
+    for (int i = 0; i < 48000; ++i) {
+        const double sample = 12000 * tone_at(440, 48000, i);
+        frames.insert(frames.end(), 2, static_cast<int16_t>(std::lrint(sample)));
+    }
+    write_file("in.wav", wav16, 48000, 2, frames);
+    for (const int rate : {8000, 44100, 48000}) {
+        for (const int channels : {1, 2}) {
+            SCOPED_TRACE(std::to_string(rate) + " " + std::to_string(channels));
+            const finished result = run_program(
+                {"--module", REAL_MODULE_FILE, "record", "out.wav", "-d", "in.wav", "-s", "0.9",
+                 "-r", std::to_string(rate), "-c", std::to_string(channels)});
+            EXPECT_EQ(result.exit_code, 0) << result.err;
+            EXPECT_EQ(result.err, "");
+            SndfileHandle file("out.wav");
+            EXPECT_EQ(file.samplerate(), rate);
+            EXPECT_EQ(file.channels(), channels);
+            const auto samples = read_samples("out.wav");
+            ASSERT_EQ(samples.size(), static_cast<size_t>(rate * channels * 9 / 10));
+            std::vector<double> first;
+            for (size_t i = 200; i < samples.size(); i += static_cast<size_t>(channels)) {
+                first.push_back(samples[i]);
+            }
+            const tone_fit fit = fit_tone(first, 440, rate);
+            EXPECT_NEAR(fit.amplitude, 12000, 50);
+            EXPECT_LT(fit.worst_residue, 50);
+            EXPECT_TRUE(has(result.out, "peak       -8.7 dB")) << result.out;
+        }
+    }
+}
+
+TEST(RealModule, ALoopThroughOneFileTakesTheCardsBuffer) {
+    const scratch_dir dir;
+    const finished result =
+        run_program({"--module", REAL_MODULE_FILE, "loop", "-p", "l.wav", "-d", "l.wav"});
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_TRUE(has(result.out, "round trip 960 frames, 20.0 ms")) << result.out;
+}
+
+TEST(RealModule, ACardThatCannotBeRecordedIsOneClearLineAndNoFile) {
+    const scratch_dir dir;
+    write_file("mono.wav", wav16, 48000, 1, noise(480));
+    for (const char* device : {"mono.wav", "no_such_pcm"}) {
+        run_program({"--module", REAL_MODULE_FILE, "record", "out.wav", "-d", device, "-s", "1"})
+            .expect_error(1, "could not open the card: cannot open");
+        EXPECT_FALSE(std::filesystem::exists("out.wav"));
     }
 }
 

@@ -21,8 +21,8 @@ void finished::expect_error(int code, const std::string& says) const {
 
 subprocess::subprocess(const words& arguments, const words& variables) {
     words all = {"env", "CORVEX_PROPERTY_FILE=properties"};
-    for (const char* name :
-         {"CORVEX_ALSA_PLAYBACK", "CORVEX_MODULE_PATH", "CORVEX_WAV_PACE", "XDG_CONFIG_HOME"}) {
+    for (const char* name : {"CORVEX_ALSA_PLAYBACK", "CORVEX_ALSA_CAPTURE", "CORVEX_MODULE_PATH",
+                             "CORVEX_WAV_PACE", "XDG_CONFIG_HOME"}) {
         all.insert(all.begin() + 1, {"-u", name});
     }
     all.insert(all.end(), variables.begin(), variables.end());

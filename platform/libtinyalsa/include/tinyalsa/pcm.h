@@ -10,14 +10,16 @@
  * every open; an empty value counts as unset:
  *
  *   CORVEX_ALSA_PLAYBACK, CORVEX_ALSA_CAPTURE
- *       Any PCM name that alsa-lib knows ("default", "null", "hw:Loopback,0"), or for playback
- *       "wav:PATH": a WAV file. PATH is taken as it stands, up to the end of the value, so blanks,
- *       commas, quotes and backslashes need no care. The first open in a process starts the file
- *       over, later ones with the same channels, rate and format continue it, and others fail.
- *       After every write the file is complete, its header included.
+ *       Any PCM name that alsa-lib knows ("default", "null", "hw:Loopback,0"), or "wav:PATH": a
+ *       WAV file. PATH is taken as it stands, up to the end of the value, so blanks, commas, quotes
+ *       and backslashes need no care. Playback: the first open in a process starts the file over,
+ *       later ones with the same channels, rate and format continue it, and others fail. After
+ *       every write the file is complete, its header included. Capture: the file's frames, then
+ *       silence; the file must have the rate and channels that are asked for. The first open in a
+ *       process starts at its beginning, later ones go on where the last close left it.
  *   CORVEX_WAV_PACE
- *       "free" (default): a WAV file takes frames as fast as they come and its buffer is always
- *       empty. "real": writes block and the position moves as if a card played the frames.
+ *       "free" (default): a WAV file takes and gives frames as fast as they are moved, and it can
+ *       always move a whole buffer. "real": transfers block and the position moves as with a card.
  */
 #ifndef TINYALSA_PCM_H
 #define TINYALSA_PCM_H

@@ -1,0 +1,61 @@
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include "tests/support/scratch_dir.h"
+#include "tests/tools/audio_samples.h"
+#include "tools/level_meter.h"
+#include "tools/tool_error.h"
+#include "tools/wav_writer.h"
+
+namespace {
+
+TEST(LevelMeter, ShowsTheLoudestSampleOfEitherSign) {
+    const struct {
+        int16_t sample;
+        const char* text;
+        size_t marks;
+    } rows[] = {{0, "silence", 0},      {1, "-90.3 dB", 0},      {33, "-59.9 dB", 0},
+                {1036, "-30.0 dB", 15}, {-16384, "-6.0 dB", 27}, {-32768, "0.0 dB", 30}};
+    for (const auto& row : rows) {
+        level_meter meter;
+        const int16_t samples[] = {0, row.sample, 0};
+        meter.add(samples, 3);
+        EXPECT_EQ(level_text(meter.peak()), row.text);
+        EXPECT_EQ(level_bar(meter.peak()),
+                  "[" + std::string(row.marks, '#') + std::string(30 - row.marks, '-') + "]");
+    }
+    level_meter meter;
+    const int16_t loud = -500;
+    const int16_t quiet = 20;
+    meter.add(&loud, 1);
+    EXPECT_EQ(meter.take_recent_peak(), 500U);
+    meter.add(&quiet, 1);
+    EXPECT_EQ(meter.take_recent_peak(), 20U);
+    EXPECT_EQ(meter.peak(), 500U);
+}
+
+// What a recording is written to has its room, or says that it has none.
+TEST(WavWriter, AFullDiskIsAnErrorAndTheFileKeepsWhatFitted) {
+    const scratch_dir dir;
+    rlimit unlimited = {};
+    getrlimit(RLIMIT_FSIZE, &unlimited);
+    const sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit = {3000, unlimited.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const auto samples = noise(2 * 500);
+    {
+        wav_writer file("out.wav", 48000, 2);
+        file.append(samples.data(), 500);
+        EXPECT_THROW(file.append(samples.data(), 500), tool_error);
+        EXPECT_THROW(wav_writer("no/out.wav", 48000, 2).append(samples.data(), 1), tool_error);
+    }
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    signal(SIGXFSZ, handler);
+    const auto kept = read_samples("out.wav");
+    ASSERT_GE(kept.size(), samples.size());
+    EXPECT_TRUE(std::equal(samples.begin(), samples.end(), kept.begin()));
+}
+
+}  // namespace
