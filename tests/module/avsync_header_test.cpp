@@ -39,12 +39,14 @@ found find(const std::string& input, uint32_t expected_offset) {
     return answer;
 }
 
+class AvsyncHeader : public direct_test {};
+
 constexpr found too_short = {-EINVAL, poison, poison_pts, poison};
 constexpr found nothing = {-1, poison, poison_pts, poison};
 
 }  // namespace
 
-TEST(AvsyncHeader, IsFoundWithItsFields) {
+TEST_F(AvsyncHeader, IsFoundWithItsFields) {
     const std::string v1 = avsync_header(1, 100, 1'000'000'000);
     const std::string v2 = avsync_header(2, 0xFFFFFFFF, 999'999);
     const std::string body(1000, 'x');
@@ -97,7 +99,7 @@ TEST(AvsyncHeader, IsFoundWithItsFields) {
     }
 }
 
-TEST(AvsyncHeader, RefusesNullPointers) {
+TEST_F(AvsyncHeader, RefusesNullPointers) {
     uint32_t word = 0;
     uint64_t pts = 0;
     const uint8_t byte = 0;
@@ -109,7 +111,7 @@ TEST(AvsyncHeader, RefusesNullPointers) {
     EXPECT_EQ(utils_check_valid_header(1, nullptr), -1);
 }
 
-TEST(AvsyncHeader, IsCheckedWithItsVersion) {
+TEST_F(AvsyncHeader, IsCheckedWithItsVersion) {
     const uint8_t good[] = {0x55, 0x55, 0x00, 2};
     EXPECT_EQ(utils_check_valid_header(2, good), 0);
     EXPECT_EQ(utils_check_valid_header(1, good), -1);
@@ -121,23 +123,21 @@ TEST(AvsyncHeader, IsCheckedWithItsVersion) {
     }
 }
 
-class AvsyncHeaderLog : public direct_test {};
-
-TEST_F(AvsyncHeaderLog, ShowsEachStepWhilePtsLoggingIsOn) {
+TEST_F(AvsyncHeader, ShowsEachStepWhilePtsLoggingIsOn) {
     gbEnablePts = 1;
     const auto lines_of = [this](const std::string& input) {
         log.clear();
         find(input, 16);
         return logged(ANDROID_LOG_DEBUG, "audio_hal_utils");
     };
+    const std::string whole =
+        "utils_findheader: FrameSize:16909060 FramePts:1152921504618  DataOffsetSize:20";
     EXPECT_EQ(lines_of(avsync_header(2, 0x01020304, 0x1000000000ABCDEF)),
               (lines{"utils_findheader: inBufSize:20  0x55  0x55  0x0  0x2 ",
                      "utils_check_valid_version: Version:0x2 HeaderLen:20",
                      "utils_get_framesize: FrameSize u8Val 1  0x2 0x3 0x4",
                      "utils_get_framepts: FramePts u8Val 0x10 0x0 0x0 0x0 0x0 0xab 0xcd 0xef",
-                     "utils_get_data_offsetsize: OffsetSize u8Val 0x0 0x0 0x0 0x14",
-                     "utils_findheader: FrameSize:16909060 FramePts:1152921504618  "
-                     "DataOffsetSize:20"}));
+                     "utils_get_data_offsetsize: OffsetSize u8Val 0x0 0x0 0x0 0x14", whole}));
     EXPECT_EQ(lines_of("\x55\x56"),
               (lines{"utils_findheader: inBufSize:2  0x55  0x56  0x0  0x0 "}));
     EXPECT_EQ(lines_of(""), (lines{"utils_findheader: inBufSize:0  0x0  0x0  0x0  0x0 "}));
