@@ -20,7 +20,9 @@ void finished::expect_error(int code, const std::string& says) const {
 }
 
 subprocess::subprocess(const words& arguments, const words& variables) {
-    words all = {"env", "CORVEX_PROPERTY_FILE=properties"};
+    // No player service but a test's own is found, or waited for.
+    words all = {"env", "CORVEX_PROPERTY_FILE=properties", "CORVEX_BINDER_DIR=binder",
+                 "CORVEX_BINDER_WAIT_MS=0"};
     for (const char* name : {"CORVEX_ALSA_PLAYBACK", "CORVEX_ALSA_CAPTURE", "CORVEX_MODULE_PATH",
                              "CORVEX_WAV_PACE", "XDG_CONFIG_HOME"}) {
         all.insert(all.begin() + 1, {"-u", name});
