@@ -41,6 +41,9 @@ struct command_entry {
 const std::vector<command_entry>& command_table();
 
 std::unique_ptr<command> make_play();
+std::unique_ptr<command> make_tunnel();
+std::unique_ptr<command> make_passthrough();
+std::unique_ptr<command> make_sync();
 std::unique_ptr<command> make_info();
 std::unique_ptr<command> make_getprop();
 std::unique_ptr<command> make_setprop();
