@@ -69,10 +69,8 @@ void check_seeks(const std::vector<stream_event>& events, const stream_source& s
     for (const stream_event& event : events) {
         if (event.kind == event_kind::seek && source.duration_s() &&
             event.value_s >= *source.duration_s()) {
-            char length[32];
-            std::snprintf(length, sizeof(length), "%.3f", *source.duration_s());
             throw tool_error(option_text(event) + " goes beyond the end; the file is " +
-                                 std::string(length) + " s long",
+                                 seconds_text(*source.duration_s()) + " s long",
                              exit_usage);
         }
     }
@@ -126,12 +124,19 @@ class direct_stream_command : public command {
             how.framing = framing(source.channels());
         }
         const service_options::plan plan = service_.make_plan(file_);
+        const auto written_before = plan.sink.time_written();
 
         interrupt_guard interrupt;
         const auto start = steady_clock::now();
         player_service service(plan.request);
+        std::string destination = service.text();
+        if (service.is_own()) {
+            destination += ", " + plan.sink.text;
+        }
         progress_line progress(!log.shown());
         pump_report report;
+        std::vector<log_line> problems;
+        std::string died;
         std::string how_text = format_name(source.format());
         {
             const hal_module module(options.module_path);
@@ -141,16 +146,22 @@ class direct_stream_command : public command {
                             ", header version " + std::to_string(how.framing->version) +
                             ", data offset " + std::to_string(how.framing->data_offset);
             }
-            const auto stream = open_stream(device, source, tunnel_, log);
+            auto stream = open_stream(device, source, tunnel_, log);
             cut_sizes cuts(cut_, stream->buffer_bytes());
             how_text += ", writes of " + cuts.text();
             stream_pump pump(*stream, source, how, cuts, log, interrupt, progress);
             report = pump.run();
+            died = service.ended();
+            if (report.player_lost) {
+                // What hangs would be waited for at every step of the way down.
+                service.stop();
+            }
+            stream.reset();
+            // Giving back the AV-sync source of a closed connection is refused at every close.
+            problems = log.problems();
         }
         progress.clear();
-        const std::string service_text = service.text();
-        const std::string died = service.ended();
-        const std::string not_stopped = died.empty() ? service.stop() : "";
+        const std::string not_stopped = service.stop();
         const std::chrono::duration<double> took = steady_clock::now() - start;
 
         if (!died.empty()) {
@@ -163,11 +174,16 @@ class direct_stream_command : public command {
         if (report.failure.empty() && !report.interrupted) {
             report.failure = compare_frames(report, source.damaged_packets());
         }
+        if (report.failure.empty() && !report.interrupted && plan.sink.is_wav_file() &&
+            plan.sink.time_written() == written_before) {
+            report.failure = "the player service did not write '" + plan.sink.wav_path.string() +
+                             "'; see its log with --service-log";
+        }
         print_summary(source, report, how_text);
-        print_destination(plan, service_text);
+        print_destination(destination, plan.sink.wav_path);
         print_frames(report, source.damaged_packets(), source.rate_hz());
         std::printf("%-10s %.3f s\n", "took", took.count());
-        print_notes(report, log);
+        print_notes(report, problems);
         if (!report.failure.empty()) {
             std::fflush(stdout);
             throw tool_error(report.failure);
@@ -215,16 +231,12 @@ class direct_stream_command : public command {
         std::printf("%-10s %s\n", "as", how_text.c_str());
     }
 
-    static void print_destination(const service_options::plan& plan,
-                                  const std::string& service_text) {
-        std::printf("%-10s %s", "to", service_text.c_str());
-        if (!plan.request.arguments.empty() && service_text.rfind("the", 0) != 0) {
-            std::printf(", %s", plan.sink.text.c_str());
-            std::error_code error;
-            const uintmax_t size_bytes = fs::file_size(plan.sink.wav_path, error);
-            if (plan.sink.is_wav_file() && !error) {
-                std::printf(", %" PRIuMAX " bytes", size_bytes);
-            }
+    static void print_destination(const std::string& text, const fs::path& wav_path) {
+        std::error_code error;
+        const uintmax_t size_bytes = fs::file_size(wav_path, error);
+        std::printf("%-10s %s", "to", text.c_str());
+        if (!wav_path.empty() && !error) {
+            std::printf(", %" PRIuMAX " bytes", size_bytes);
         }
         std::printf("\n");
     }

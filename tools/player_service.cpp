@@ -7,7 +7,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "tools/service_probe.h"
+#include "tools/service_connection.h"
 #include "tools/tool_error.h"
 
 namespace fs = std::filesystem;
@@ -64,18 +64,17 @@ void set_folder(const std::optional<std::string>& folder) {
 }  // namespace
 
 player_service::player_service(const service_request& request) {
-    const bool runs = request.choice != service_choice::own && player_service_answers();
-    if (request.choice == service_choice::running && !runs) {
-        throw tool_error("no player service runs; start one, or leave '--service running' out");
-    }
-    if (!runs) {
+    if (request.own) {
         try {
             start(request);
         } catch (...) {
             stop();
             throw;
         }
+    } else if (!player_service_answers()) {
+        throw tool_error("no player service runs; start one, or leave '--service running' out");
     }
+    serve_callbacks();
 }
 
 player_service::~player_service() {

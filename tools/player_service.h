@@ -2,7 +2,8 @@
 // long as this object lives.
 //
 // Make it before the module is loaded: the module looks for the service where this process's
-// environment says. One at a time in a process, one thread.
+// environment says, and gets its events on threads that this starts. One at a time in a process,
+// one thread.
 #pragma once
 
 #include <filesystem>
@@ -15,19 +16,16 @@
 
 constexpr char service_folder_variable[] = "CORVEX_BINDER_DIR";
 
-enum class service_choice { automatic, own, running };
-
 struct service_request {
-    // automatic: the one that runs already, else one of our own.
-    service_choice choice = service_choice::automatic;
-    std::string program;                 // empty: zuavplayerd beside this program, else in PATH
-    std::vector<std::string> arguments;  // for one of our own
-    std::filesystem::path log;           // its standard error; empty: kept until it ends
+    bool own = true;      // else the one that runs; the rest is for one of our own
+    std::string program;  // empty: zuavplayerd beside this program, else in PATH
+    std::vector<std::string> arguments;
+    std::filesystem::path log;  // its standard error; empty: kept until it ends
 };
 
 class player_service {
   public:
-    // Throws tool_error when there is no program, or it does not get ready.
+    // Throws tool_error when none runs, there is no program, or it does not get ready.
     explicit player_service(const service_request& request);
     ~player_service();
     player_service(const player_service&) = delete;

@@ -4,6 +4,7 @@
 #include <CLI/Formatter.hpp>
 #include <cstdlib>
 
+#include "tools/service_connection.h"
 #include "tools/tool_error.h"
 
 namespace {
@@ -13,6 +14,11 @@ constexpr char nowhere[] = "none";
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? "" : value;
+}
+
+// The service's own words for a sink.
+std::string sink_argument(const sink_device& sink) {
+    return sink.variable.empty() ? "card" : sink.variable;
 }
 
 }  // namespace
@@ -46,43 +52,46 @@ bool service_options::wants_own() const {
 }
 
 service_options::plan service_options::make_plan(const std::string& input) const {
-    plan result;
-    result.request.log = log_;
-    if (service_ == "running") {
-        if (wants_own()) {
-            throw tool_error(
-                "--service running plays where that service was told to; leave out --device, "
-                "--pace, --timeline and --service-log, or use --service own",
-                exit_usage);
-        }
-        result.request.choice = service_choice::running;
-        return result;
-    }
     if (service_.empty()) {
         throw tool_error("--service is empty; give auto, own, running or the path of a program",
                          exit_usage);
     }
-    if (service_ != "auto" || wants_own()) {
-        result.request.choice = service_choice::own;
+    if (service_ == "running" && wants_own()) {
+        throw tool_error(
+            "--service running plays where that service was told to; leave out --device, "
+            "--pace, --timeline and --service-log, or use --service own",
+            exit_usage);
     }
-    if (service_ != "auto" && service_ != "own") {
-        result.request.program = service_;
-    }
-    if (input.empty()) {
+    plan result;
+    service_request& request = result.request;
+    request.own =
+        service_ != "running" && (service_ != "auto" || wants_own() || !player_service_answers());
+    if (!request.own) {
         return result;
     }
-    if (device_ == nowhere) {
-        result.sink = {nowhere, "nowhere", {}};
-    } else {
-        result.sink = choose_sink(
-            {device_.empty() ? "auto" : device_, input, environment(playback_variable)});
+    if (service_ != "auto" && service_ != "own") {
+        request.program = service_;
     }
-    std::vector<std::string>& arguments = result.request.arguments;
-    arguments = {"--device", result.sink.variable.empty() ? "card" : result.sink.variable};
-    // To listen, a card has a pace of its own; a file is wanted soon.
-    arguments.insert(arguments.end(), {"--pace", pace_.empty() ? "free" : pace_});
+    request.log = log_;
+    if (!log_.empty()) {
+        request.arguments.emplace_back("--verbose");
+    }
+    if (!input.empty()) {
+        result.sink = choose(input);
+        // A card has a pace of its own; a file is wanted soon.
+        request.arguments.insert(
+            request.arguments.end(),
+            {"--device", sink_argument(result.sink), "--pace", pace_.empty() ? "free" : pace_});
+    }
     if (!timeline_.empty()) {
-        arguments.insert(arguments.end(), {"--timeline", timeline_});
+        request.arguments.insert(request.arguments.end(), {"--timeline", timeline_});
     }
     return result;
+}
+
+sink_device service_options::choose(const std::string& input) const {
+    if (device_ == nowhere) {
+        return {nowhere, "nowhere", {}};
+    }
+    return choose_sink({device_.empty() ? "auto" : device_, input, environment(playback_variable)});
 }

@@ -13,7 +13,8 @@ class service_options {
     void declare(CLI::App& app, bool plays);
 
     // What they come to for a run that plays `input`, empty for one that plays nothing. Options
-    // that only a service of our own can follow ask for one. Throws tool_error.
+    // that only a service of our own can follow ask for one. Looks for one that runs. Throws
+    // tool_error.
     struct plan {
         service_request request;
         sink_device sink;  // of a service of our own
@@ -22,6 +23,7 @@ class service_options {
 
   private:
     bool wants_own() const;
+    sink_device choose(const std::string& input) const;
 
     std::string service_ = "auto";
     std::string log_;

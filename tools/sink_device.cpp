@@ -160,3 +160,9 @@ void sink_device::apply() const {
         throw std::system_error(errno, std::generic_category(), "setting the playback device");
     }
 }
+
+std::optional<fs::file_time_type> sink_device::time_written() const {
+    std::error_code error;
+    const fs::file_time_type time = fs::last_write_time(wav_path, error);
+    return error ? std::nullopt : std::optional(time);
+}

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 constexpr char playback_variable[] = "CORVEX_ALSA_PLAYBACK";
@@ -24,6 +25,10 @@ struct sink_device {
 
     bool is_wav_file() const { return !wav_path.empty(); }
     void apply() const;
+
+    // When the WAV file was last written; empty when it is not there. Tells, asked before and
+    // after, whether playing really wrote it.
+    std::optional<std::filesystem::file_time_type> time_written() const;
 };
 
 // The rule of --device:

@@ -65,11 +65,15 @@ std::vector<stream_event> parse_events(const std::vector<std::string>& pauses,
     return events;
 }
 
+std::string seconds_text(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof(text), "%g", seconds);
+    return text;
+}
+
 std::string option_text(const stream_event& event) {
     const auto option =
         std::find_if(std::begin(options), std::end(options),
                      [&](const event_option& candidate) { return candidate.kind == event.kind; });
-    char text[64];
-    std::snprintf(text, sizeof(text), "%s %g", option->name, event.at_s);
-    return text;
+    return std::string(option->name) + " " + seconds_text(event.at_s);
 }

@@ -18,5 +18,8 @@ std::vector<stream_event> parse_events(const std::vector<std::string>& pauses,
                                        const std::vector<std::string>& flushes,
                                        const std::vector<std::string>& seeks);
 
+// "2", "0.25"
+std::string seconds_text(double seconds);
+
 // "--seek-at 2"
 std::string option_text(const stream_event& event);

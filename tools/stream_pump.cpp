@@ -59,8 +59,12 @@ pump_report stream_pump::run() {
         run_events();
     }
     write_due(true);
-    wait_for_decoder();
-    finish();
+    if (keep_going()) {
+        wait_for_decoder();
+    }
+    if (report_.failure.empty()) {
+        finish();
+    }
     for (; keep_going() && next_event_ < how_.events.size(); ++next_event_) {
         report_.notes.push_back(option_text(how_.events[next_event_]) +
                                 " did not happen: the sound ended before");
@@ -128,6 +132,7 @@ bool stream_pump::player_failed() {
             continue;
         }
         const auto cause = std::find_if_not(problems.begin(), found, is_set_up_line);
+        report_.player_lost = true;
         report_.failure = std::string(fatal.meaning) + ": " + cause->text +
                           "; see the module's log with -v and the service's with --service-log";
         return true;
@@ -190,10 +195,11 @@ void stream_pump::flush(const stream_event& event) {
     const uint64_t after = take_position();
     waiting_.clear();
     report_.ledger.flush(before, after);
-    const std::string at = clock_text(report_.ledger.sent(), rate_hz_) + " sent";
-    report_.notes.push_back(event.kind == event_kind::seek
-                                ? "jumped to " + std::to_string(event.value_s) + " s after " + at
-                                : "flushed after " + at);
+    std::string note = "flushed after " + clock_text(report_.ledger.sent(), rate_hz_) + " sent";
+    if (event.kind == event_kind::seek) {
+        note += ", went on at " + seconds_text(event.value_s) + " s of the file";
+    }
+    report_.notes.push_back(note);
 }
 
 void stream_pump::sleep_for(double seconds) {
@@ -237,6 +243,7 @@ void stream_pump::finish() {
     }
     report_.presented_frames = before;
     report_.rendered_frames = rendered_before;
-    report_.uncounted_frames =
-        source_.format() == AUDIO_FORMAT_PCM_16_BIT ? 0 : last_packet_frames_;
+    if (!interrupt_.requested() && source_.format() != AUDIO_FORMAT_PCM_16_BIT) {
+        report_.uncounted_frames = last_packet_frames_;
+    }
 }

@@ -34,6 +34,9 @@ struct pump_report {
     std::vector<std::string> notes;
     bool interrupted = false;
     std::string failure;  // why the sound did not get through; empty for success
+    // The failure is the player's: each further call of it may take as long as the connection
+    // waits.
+    bool player_lost = false;
 };
 
 // A line that says how a stream is set up, although at error priority.
@@ -51,7 +54,7 @@ class stream_pump {
                 cut_sizes& cuts, log_lines& log, const interrupt_guard& interrupt,
                 progress_line& progress);
 
-    // Leaves the stream in standby. Throws what the source throws.
+    // Leaves the stream in standby, unless it fails. Throws what the source throws.
     pump_report run();
 
   private:

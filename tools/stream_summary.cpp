@@ -67,11 +67,17 @@ void print_frames(const pump_report& report, uint64_t damaged_packets, uint32_t 
                                                       : std::string("unknown")));
 }
 
-void print_notes(const pump_report& report, const log_lines& log) {
+void print_notes(const pump_report& report, const std::vector<log_line>& problems) {
     for (const std::string& note : report.notes) {
         print_row("note", note);
     }
-    for (const log_line& line : log.problems()) {
+    if (report.presented_frames && report.uncounted_frames > 0 &&
+        report.ledger.missing(*report.presented_frames) > 0) {
+        print_row("note",
+                  "the decoder held the last packet until the stream closed, which ends "
+                  "the count");
+    }
+    for (const log_line& line : problems) {
         if (!is_set_up_line(line)) {
             print_row("module log", to_text(line));
         }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/log_lines.h"
 #include "tools/stream_pump.h"
@@ -12,4 +13,5 @@ std::string compare_frames(const pump_report& report, uint64_t damaged_packets);
 
 // The lines from "sent" on.
 void print_frames(const pump_report& report, uint64_t damaged_packets, uint32_t rate_hz);
-void print_notes(const pump_report& report, const log_lines& log);
+// `problems` are what the module has logged.
+void print_notes(const pump_report& report, const std::vector<log_line>& problems);

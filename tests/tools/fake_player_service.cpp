@@ -1,10 +1,11 @@
 // A player service that only comes and goes: it writes its arguments, one a line, to the file
-// "service_calls", says that it is ready, and waits for SIGTERM, which it notes there.
-// FAKE_service:
+// "service_calls", makes the file that follows "wav:" in one, says that it is ready, and waits for
+// SIGTERM, which it notes there. FAKE_service:
 //
 //   refuse   an error line and status 1, never ready
 //   die      status 7 as soon as it is ready
 //   end      status 3 when it is asked to end
+//   mute     makes no file
 
 #include <csignal>
 #include <cstdio>
@@ -22,6 +23,9 @@ int main(int argc, char** argv) {
     std::ofstream calls("service_calls");
     for (int i = 1; i < argc; ++i) {
         calls << argv[i] << "\n";
+        if (const std::string word = argv[i]; word.rfind("wav:", 0) == 0 && behaviour != "mute") {
+            std::ofstream(word.substr(4)) << "sound";
+        }
     }
     calls.flush();
     if (behaviour == "refuse") {
