@@ -1,10 +1,12 @@
 #include "tests/tools/encoded_sound.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libswresample/swresample.h>
 }
 
 std::vector<std::string> encode(const std::string& codec, int channels, int packets) {
@@ -43,4 +45,42 @@ std::vector<std::string> encode(const std::string& codec, int channels, int pack
     av_frame_free(&frame);
     avcodec_free_context(&context);
     return result;
+}
+
+std::vector<int16_t> decode(const std::string& codec, const std::vector<std::string>& packets) {
+    const AVCodec* decoder = avcodec_find_decoder_by_name(codec.c_str());
+    AVCodecContext* context = avcodec_alloc_context3(decoder);
+    EXPECT_EQ(avcodec_open2(context, decoder, nullptr), 0);
+    AVFrame* frame = av_frame_alloc();
+    AVPacket* packet = av_packet_alloc();
+    SwrContext* converter = nullptr;
+    std::vector<int16_t> samples;
+    for (const std::string& bytes : packets) {
+        EXPECT_EQ(av_new_packet(packet, static_cast<int>(bytes.size())), 0);
+        std::copy(bytes.begin(), bytes.end(), packet->data);
+        EXPECT_EQ(avcodec_send_packet(context, packet), 0);
+        av_packet_unref(packet);
+        while (avcodec_receive_frame(context, frame) == 0) {
+            if (converter == nullptr) {
+                swr_alloc_set_opts2(&converter, &frame->ch_layout, AV_SAMPLE_FMT_S16,
+                                    frame->sample_rate, &frame->ch_layout,
+                                    static_cast<AVSampleFormat>(frame->format), frame->sample_rate,
+                                    0, nullptr);
+                EXPECT_EQ(swr_init(converter), 0);
+            }
+            const size_t before = samples.size();
+            samples.resize(before +
+                           static_cast<size_t>(frame->nb_samples * frame->ch_layout.nb_channels));
+            auto* out = reinterpret_cast<uint8_t*>(samples.data() + before);
+            EXPECT_EQ(
+                swr_convert(converter, &out, frame->nb_samples,
+                            const_cast<const uint8_t**>(frame->extended_data), frame->nb_samples),
+                frame->nb_samples);
+        }
+    }
+    swr_free(&converter);
+    av_packet_free(&packet);
+    av_frame_free(&frame);
+    avcodec_free_context(&context);
+    return samples;
 }
