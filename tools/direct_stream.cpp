@@ -116,7 +116,8 @@ class direct_stream_command : public command {
         show_media_messages(log.shown());
         stream_pump::settings how;
         how.events = parse_events(pauses_, flushes_, seeks_);
-        cut_sizes(cut_, 1);  // says what is wrong before anything is started
+        // Says what is wrong with the text before anything is started.
+        const cut_sizes checked(cut_, 1);
         check_data_offset();
         stream_source source(file_, decode_);
         check_seeks(how.events, source);

@@ -95,6 +95,7 @@ void service_process::start(const std::string& program, const std::vector<std::s
     std::vector<std::string> words = arguments;
     words.insert(words.begin(), program);
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (std::string& word : words) {
         argv.push_back(word.data());
     }

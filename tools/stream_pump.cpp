@@ -147,8 +147,10 @@ uint64_t stream_pump::take_position() {
 }
 
 void stream_pump::run_events() {
+    // There is no player to pause or to flush ahead of the first write.
     const auto due = [this](const stream_event& event) {
-        return static_cast<double>(report_.ledger.sent()) >= event.at_s * rate_hz_;
+        return (report_.writes > 0 || event.kind == event_kind::seek) &&
+               static_cast<double>(report_.ledger.sent()) >= event.at_s * rate_hz_;
     };
     for (; keep_going() && next_event_ < how_.events.size() && due(how_.events[next_event_]);
          ++next_event_) {
@@ -189,12 +191,15 @@ void stream_pump::pause(const stream_event& event) {
 // As the audio server does it: a stream is flushed while it is paused, and what was not written yet
 // is dropped with what was.
 void stream_pump::flush(const stream_event& event) {
-    control("pause", stream_.pause());
-    const uint64_t before = take_position();
-    control("flush", stream_.flush());
-    const uint64_t after = take_position();
     waiting_.clear();
-    report_.ledger.flush(before, after);
+    if (report_.writes == 0) {
+        report_.ledger.flush(0, 0);
+    } else {
+        control("pause", stream_.pause());
+        const uint64_t before = take_position();
+        control("flush", stream_.flush());
+        report_.ledger.flush(before, take_position());
+    }
     std::string note = "flushed after " + clock_text(report_.ledger.sent(), rate_hz_) + " sent";
     if (event.kind == event_kind::seek) {
         note += ", went on at " + seconds_text(event.value_s) + " s of the file";

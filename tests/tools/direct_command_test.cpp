@@ -138,6 +138,31 @@ TEST_F(direct_command, CompressedSoundIsSentAsItIsWithItsTimes) {
     }
 }
 
+TEST_F(direct_command, ContainersGiveTheirPacketsAndTimes) {
+    const std::vector<std::string> sent = encode("ac3", 2, 500);
+    for (const char* file : {"in.mkv", "in.mp4"}) {
+        SCOPED_TRACE(file);
+        mux(file, "ac3", 2, sent, 256);
+        const finished all = run("tunnel", {file, "-d", "none"}, {"FAKE_position=768000"});
+        EXPECT_EQ(all.exit_code, 0) << all.err;
+        const auto frames = unframe(written, 2, 20);
+        ASSERT_EQ(frames.size(), sent.size());
+        EXPECT_EQ(frames[499].payload, sent[499]);
+        for (size_t i = 0; i < frames.size(); ++i) {
+            EXPECT_NEAR(static_cast<double>(frames[i].pts_us), static_cast<double>(i) * 32000, 1000)
+                << "what begins below 0 is lifted to 0";
+        }
+
+        // 10 s of the file are within its packet 312, whatever the container has an index for.
+        run("tunnel", {file, "-d", "none", "--seek-at", "0:10", "--pace", "free"},
+            {"FAKE_position=288768"});
+        EXPECT_FALSE(has(calls, "flush")) << "nothing was written that a player could drop";
+        const auto rest = unframe(written, 2, 20);
+        ASSERT_EQ(rest.size(), 500U - 312U);
+        EXPECT_EQ(rest[0].payload, sent[312]);
+    }
+}
+
 TEST_F(direct_command, OtherSoundIsDecodedToSixteenBits) {
     const struct {
         int rate_hz;
@@ -190,13 +215,13 @@ TEST_F(direct_command, EventsHappenInPlace) {
 
     // After 25 blocks it goes back to 0.2 s, where a packet begins somewhere near.
     const finished jumped =
-        run("tunnel", {"in.wav", "-d", "none", "--seek-at", "0.53:0.2", "--cut", "100"},
+        run("tunnel", {"in.wav", "-d", "none", "--seek-at", "0.53:0.2", "--cut", "130"},
             {"FAKE_position=38912"});
     const size_t flush = calls.find("pause\nflush\nwrite");
     ASSERT_NE(flush, calls.npos) << calls << jumped.err;
-    const size_t first = calls.find("write 100\n");
-    const size_t before = (flush - first) / std::string("write 100\n").size() * 100;
-    EXPECT_EQ(before, 25 * (20 + 4096) / 100 * 100) << "what was not written yet is dropped";
+    const size_t first = calls.find("write 130\n");
+    const size_t before = (flush - first) / std::string("write 130\n").size() * 130;
+    EXPECT_EQ(before, 25 * (20 + 4096) / 130 * 130) << "what was not written yet is dropped";
     const auto got = unframe(written.substr(before), 2, 20);
     ASSERT_FALSE(got.empty());
     const uint64_t landed = got[0].pts_us * 48 / 1000;
@@ -214,7 +239,7 @@ TEST_F(direct_command, TheOwnServiceIsToldWhereToPlayAndStopped) {
     const std::string out = fs::absolute("out.wav").lexically_normal().string();
     EXPECT_EQ(service_calls, "--socket-dir\n" + folder + "\n--device\nwav:" + out +
                                  "\n--pace\nfree\n--timeline\ntimes.csv\nstopped\n");
-    EXPECT_EQ(folder.rfind("/", 0), 0U) << "where the module looks must not depend on its folder";
+    EXPECT_EQ(folder.front(), '/') << "where the module looks must not depend on its folder";
     run("sync", {});
     EXPECT_EQ(service_calls.substr(service_calls.find('\n', 14)), "\nstopped\n");
 }

@@ -12,3 +12,8 @@ std::vector<std::string> encode(const std::string& codec, int channels, int pack
 // Such packets as 16-bit samples: libavcodec's floating-point decoder, then libswresample's
 // conversion without dither, in the codec's own channel order.
 std::vector<int16_t> decode(const std::string& codec, const std::vector<std::string>& packets);
+
+// Puts such packets into a container of the kind that the path's extension names. The first begins
+// `lead_samples` before the file's own zero, as encoders with a delay have it.
+void mux(const std::string& path, const std::string& codec, int channels,
+         const std::vector<std::string>& packets, int lead_samples);
