@@ -46,6 +46,12 @@ void chosen_device::apply() const {
     }
 }
 
+std::optional<fs::file_time_type> chosen_device::time_written() const {
+    std::error_code error;
+    const fs::file_time_type time = fs::last_write_time(wav_path, error);
+    return error ? std::nullopt : std::optional(time);
+}
+
 std::string environment_value(const char* name) {
     const char* value = getenv(name);
     return value == nullptr ? "" : value;

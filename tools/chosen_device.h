@@ -17,6 +17,10 @@ struct chosen_device {
 
     bool is_wav_file() const { return !wav_path.empty(); }
     void apply() const;
+
+    // When the WAV file was last written; empty when it is not there. Tells, asked before and
+    // after, whether playing really wrote it.
+    std::optional<std::filesystem::file_time_type> time_written() const;
 };
 
 // The value of an environment variable, or empty.

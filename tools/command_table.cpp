@@ -33,6 +33,28 @@ const std::vector<command_entry>& command_table() {
          "  corvex-hal loop --playback hw:Loopback,0 --capture hw:Loopback,1\n"
          "  corvex-hal loop --playback loop.wav --capture loop.wav\n",
          make_loop},
+        {"tunnel", "Play a media file through a tunnel output",
+         "Every frame goes behind a header with its time, in writes of any size. AC-3 and E-AC-3\n"
+         "are sent as they are, anything else is decoded to 16-bit PCM first. A player service\n"
+         "decodes and plays it: the one that runs, or one started for the run.\n\n"
+         "The summary compares the frames sent with those that the player decoded and the stream\n"
+         "reports; status 1 when they differ. Ctrl-C or SIGTERM ends in order, with status 130.\n\n"
+         "Examples:\n"
+         "  corvex-hal tunnel movie.mkv\n"
+         "  corvex-hal tunnel movie.mkv --device out.wav --cut random:7 --timeline times.csv\n"
+         "  corvex-hal tunnel song.flac --header-version 1 --pause-at 2:0.5 --seek-at 4:10\n",
+         make_tunnel},
+        {"passthrough", "Play a media file through a passthrough output",
+         "The same without headers and times: see 'corvex-hal tunnel --help'.\n\n"
+         "Examples:\n"
+         "  corvex-hal passthrough movie.mkv\n"
+         "  corvex-hal passthrough song.ac3 --device out.wav --cut 1,7,4096\n",
+         make_passthrough},
+        {"sync", "Ask the device for its hardware AV-sync source",
+         "A player service has to run, or is started for the query.\n\n"
+         "Example:\n"
+         "  corvex-hal sync\n",
+         make_sync},
         {"info", "Show the module, its device and what its streams accept",
          "Streams are opened and closed again; nothing is played.\n\n"
          "Examples:\n"

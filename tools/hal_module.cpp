@@ -1,6 +1,8 @@
 #include "tools/hal_module.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -64,4 +66,13 @@ hal_device::~hal_device() {
     if (device_->common.close != nullptr) {
         audio_hw_device_close(device_);
     }
+}
+
+std::string hal_device::parameters(const char* keys) const {
+    if (device_->get_parameters == nullptr) {
+        return {};
+    }
+    const std::unique_ptr<char, void (*)(void*)> reply(device_->get_parameters(device_, keys),
+                                                       free);
+    return reply != nullptr ? reply.get() : "";
 }

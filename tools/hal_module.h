@@ -31,6 +31,9 @@ class hal_device {
     hal_device(const hal_device&) = delete;
     hal_device& operator=(const hal_device&) = delete;
 
+    // The reply text, or empty when there is none.
+    std::string parameters(const char* keys) const;
+
     audio_hw_device& table() const { return *device_; }
 
   private:

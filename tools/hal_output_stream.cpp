@@ -69,11 +69,36 @@ int hal_output_stream::standby() {
     return common.standby != nullptr ? common.standby(&common) : -ENOSYS;
 }
 
+int hal_output_stream::control(int (*operation)(audio_stream_out*)) {
+    return operation != nullptr ? operation(stream_) : -ENOSYS;
+}
+
+int hal_output_stream::pause() {
+    return control(stream_->pause);
+}
+
+int hal_output_stream::resume() {
+    return control(stream_->resume);
+}
+
+int hal_output_stream::flush() {
+    return control(stream_->flush);
+}
+
 std::optional<uint64_t> hal_output_stream::presented_frames() const {
     uint64_t frames = 0;
     timespec when{};
     if (stream_->get_presentation_position == nullptr ||
         stream_->get_presentation_position(stream_, &frames, &when) != 0) {
+        return std::nullopt;
+    }
+    return frames;
+}
+
+std::optional<uint32_t> hal_output_stream::rendered_frames() const {
+    uint32_t frames = 0;
+    if (stream_->get_render_position == nullptr ||
+        stream_->get_render_position(stream_, &frames) != 0) {
         return std::nullopt;
     }
     return frames;

@@ -39,8 +39,16 @@ class hal_output_stream {
     ssize_t write(const void* data, size_t bytes);
     int standby();
 
+    // 0 or a status. Absent on streams that are not direct: -ENOSYS.
+    int pause();
+    int resume();
+    int flush();
+
     // Frames the listener has heard; empty when the stream cannot say.
     std::optional<uint64_t> presented_frames() const;
+
+    // The low 32 bits of the same count, as the stream's other query gives them.
+    std::optional<uint32_t> rendered_frames() const;
 
     // The reply text, or empty when there is none.
     std::string parameters(const char* keys) const;
@@ -48,6 +56,8 @@ class hal_output_stream {
     const audio_stream_out& table() const { return *stream_; }
 
   private:
+    int control(int (*operation)(audio_stream_out*));
+
     hal_output_stream(const hal_device& device, audio_stream_out* stream)
         : device_(device), stream_(stream) {}
 

@@ -4,7 +4,6 @@
 #include <cinttypes>
 #include <cstdio>
 #include <filesystem>
-#include <optional>
 #include <system_error>
 
 #include "tools/command.h"
@@ -57,13 +56,6 @@ std::unique_ptr<hal_output_stream> open_stream(const hal_device& device, unsigne
     return stream;
 }
 
-// Empty for a file that is not there: tells whether playing really wrote it.
-std::optional<fs::file_time_type> time_written(const fs::path& path) {
-    std::error_code error;
-    const fs::file_time_type time = fs::last_write_time(path, error);
-    return error ? std::nullopt : std::optional(time);
-}
-
 class play_command : public command {
   public:
     void declare(CLI::App& app) override {
@@ -87,7 +79,7 @@ class play_command : public command {
         const sink_device sink =
             choose_sink({device_, file_, environment_value(playback_variable)});
         sink.apply();
-        const auto written_before = time_written(sink.wav_path);
+        const auto written_before = sink.time_written();
 
         // From here on every frame that was written shall be kept, whatever ends the run.
         interrupt_guard interrupt;
@@ -112,7 +104,7 @@ class play_command : public command {
         const std::chrono::duration<double> took = steady_clock::now() - start;
 
         const bool file_missing = sink.is_wav_file() && report.frames_written > 0 &&
-                                  time_written(sink.wav_path) == written_before;
+                                  sink.time_written() == written_before;
         if (report.failure.empty() && file_missing) {
             report.failure = "'" + sink.wav_path.string() +
                              "' was not written: this tinyalsa does not know " + playback_variable +

@@ -1,5 +1,6 @@
 // An audio module without audio. It adds a line to the file "calls" for each call worth checking,
-// adds the bytes written to the file "pcm", and misbehaves as variables FAKE_... tell it:
+// adds the bytes written to the file "pcm", leaves the folder where it would look for services in
+// the file "service_folder", and misbehaves as variables FAKE_... tell it:
 //
 //   open_device, open_stream   status that the open answers
 //   open_log                   text of an error line that opening the device logs
@@ -24,6 +25,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <fstream>
 #include <iterator>
@@ -102,11 +104,40 @@ int get_presentation_position(const audio_stream_out*, uint64_t* frames, timespe
         *frames = std::min<uint64_t>(*frames, 4800);
     } else if (behaviour == "dry") {
         *frames = writes % 2 == 0 ? 0 : frames_written;
+    } else if (!behaviour.empty() && behaviour.find_first_not_of("0123456789") == behaviour.npos) {
+        *frames = frames_written == 0 ? 0 : scripted_number("position", 0);
     } else if (behaviour == "card") {
         frames_played += frames_written >= 240 ? 50 : 0;
         *frames = frames_played <= frames_written ? frames_played : 0;
     }
     return behaviour == "fail" ? -ENOSYS : 0;
+}
+
+int get_render_position(const audio_stream_out* out, uint32_t* frames) {
+    uint64_t presented = 0;
+    timespec when{};
+    const int status = get_presentation_position(out, &presented, &when);
+    *frames = scripted_number("render", static_cast<uint32_t>(presented));
+    return status;
+}
+
+int flush(audio_stream_out*) {
+    record_call("flush");
+    frames_written = 0;
+    return static_cast<int>(scripted_number("flush", 0));
+}
+
+// What a direct stream has beside the others' operations.
+void add_direct_controls() {
+    stream.pause = [](audio_stream_out*) {
+        record_call("pause");
+        return 0;
+    };
+    stream.resume = [](audio_stream_out*) {
+        record_call("resume");
+        return 0;
+    };
+    stream.flush = flush;
 }
 
 int open_output_stream(audio_hw_device*, audio_io_handle_t, audio_devices_t devices,
@@ -139,6 +170,10 @@ int open_output_stream(audio_hw_device*, audio_io_handle_t, audio_devices_t devi
         stream.get_latency = [](const audio_stream_out*) { return 20U; };
         stream.write = write_pcm;
         stream.get_presentation_position = get_presentation_position;
+        stream.get_render_position = get_render_position;
+        if ((flags & AUDIO_OUTPUT_FLAG_DIRECT) != 0) {
+            add_direct_controls();
+        }
     }
     *stream_out = &stream;
     return static_cast<int>(scripted_number("open_stream", 0));
@@ -195,6 +230,9 @@ int open_input_stream(audio_hw_device*, audio_io_handle_t, audio_devices_t devic
 
 int open_device(const hw_module_t* module, const char* name, hw_device_t** device_out) {
     record_call(std::string("open ") + name);
+    if (const char* folder = std::getenv("CORVEX_BINDER_DIR")) {
+        std::ofstream("service_folder") << folder;
+    }
     log_scripted("open_log");
     device.common.tag = HARDWARE_DEVICE_TAG;
     device.common.version = AUDIO_DEVICE_API_VERSION_2_0;
@@ -204,6 +242,13 @@ int open_device(const hw_module_t* module, const char* name, hw_device_t** devic
         return 0;
     };
     device.open_output_stream = open_output_stream;
+    if (scripted_number("bare", 0) == 0) {
+        device.get_parameters = [](const audio_hw_device*, const char* keys) {
+            record_call(std::string("get_parameters ") + keys);
+            const std::string reply = scripted("sync");
+            return strdup(reply.empty() ? "hw_av_sync=5" : reply.c_str());
+        };
+    }
     device.close_output_stream = [](audio_hw_device*, audio_stream_out*) {
         record_call("close_output_stream");
     };

@@ -20,11 +20,11 @@ void finished::expect_error(int code, const std::string& says) const {
 }
 
 subprocess::subprocess(const words& arguments, const words& variables) {
-    // No player service but a test's own is found, or waited for.
-    words all = {"env", "CORVEX_PROPERTY_FILE=properties", "CORVEX_BINDER_DIR=binder",
-                 "CORVEX_BINDER_WAIT_MS=0"};
+    // Services that may run elsewhere are not found, and temporary files are left here if any are.
+    words all = {"env", "CORVEX_PROPERTY_FILE=properties", "CORVEX_BINDER_DIR=no_services",
+                 "CORVEX_BINDER_WAIT_MS=0", "TMPDIR=."};
     for (const char* name : {"CORVEX_ALSA_PLAYBACK", "CORVEX_ALSA_CAPTURE", "CORVEX_MODULE_PATH",
-                             "CORVEX_WAV_PACE", "XDG_CONFIG_HOME"}) {
+                             "CORVEX_WAV_PACE", "XDG_CONFIG_HOME", "XDG_RUNTIME_DIR"}) {
         all.insert(all.begin() + 1, {"-u", name});
     }
     all.insert(all.end(), variables.begin(), variables.end());

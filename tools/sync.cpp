@@ -1,0 +1,43 @@
+// corvex-hal sync: what the device answers to the "hw_av_sync" query.
+
+#include <cinttypes>
+#include <cstdio>
+
+#include "tools/av_sync.h"
+#include "tools/command.h"
+#include "tools/log_lines.h"
+#include "tools/player_service.h"
+#include "tools/service_options.h"
+#include "tools/tool_error.h"
+
+namespace {
+
+class sync_command : public command {
+  public:
+    void declare(CLI::App& app) override { service_.declare(app, false); }
+
+    int run(const global_options& options, log_lines& log) override {
+        const player_service service(service_.make_plan("").request);
+        const hal_module module(options.module_path);
+        const hal_device device(module);
+        const uint32_t id = query_av_sync(device, log);
+        const uint32_t again = query_av_sync(device, log);
+        if (again != id) {
+            throw tool_error("the device answers another AV-sync source each time, " +
+                             std::to_string(id) + " and " + std::to_string(again) +
+                             "; see the module's log with -v");
+        }
+        std::printf("hw_av_sync %" PRIu32 " (0x%08" PRIx32 "), from %s\n", id, id,
+                    service.text().c_str());
+        return exit_success;
+    }
+
+  private:
+    service_options service_;
+};
+
+}  // namespace
+
+std::unique_ptr<command> make_sync() {
+    return std::make_unique<sync_command>();
+}
