@@ -5,6 +5,7 @@
 
 #include "tools/av_sync.h"
 #include "tools/command.h"
+#include "tools/interrupt.h"
 #include "tools/log_lines.h"
 #include "tools/player_service.h"
 #include "tools/service_options.h"
@@ -17,6 +18,8 @@ class sync_command : public command {
     void declare(CLI::App& app) override { service_.declare(app, false); }
 
     int run(const global_options& options, log_lines& log) override {
+        // What was started is stopped again, whatever ends the run.
+        const interrupt_guard interrupt;
         const player_service service(service_.make_plan("").request);
         const hal_module module(options.module_path);
         const hal_device device(module);
@@ -29,7 +32,7 @@ class sync_command : public command {
         }
         std::printf("hw_av_sync %" PRIu32 " (0x%08" PRIx32 "), from %s\n", id, id,
                     service.text().c_str());
-        return exit_success;
+        return interrupt.requested() ? exit_interrupted : exit_success;
     }
 
   private:
