@@ -9,6 +9,7 @@
 #include <zuavplayer/player_types.h>
 
 #include "diag/debug_switches.h"
+#include "diag/lock.h"
 #include "diag/log.h"
 #include "diag/relaxed.h"
 #include "direct/avplay_connection.h"
@@ -28,6 +29,9 @@ constexpr uint32_t poll_us = 10'000;
 
 // Of the previous data_write() of any session; for a log line only.
 uint32_t last_write_pts = 0;
+
+// From a chunk's copy to its hand-over; taken last, under a stream's lock.
+hal_mutex block_lock = {PTHREAD_MUTEX_INITIALIZER};
 
 static_assert(PTS_NONE == android::ZU_PTS_NONE);
 
@@ -86,9 +90,10 @@ bool wait_for_room(struct avplay_session* session, uint32_t bytes) {
     }
 }
 
-// Hands one chunk over through the shared block.
+// Hands one chunk over through the shared block, which all direct streams have in common.
 int32_t send_chunk(const struct avplay_session* session, const uint8_t* data, uint32_t bytes,
                    uint32_t pts) {
+    const hal_lock lock(block_lock, log_tag, "data_write");
     const int copy_error = memcpy_s(player_block(), bytes, data, bytes);
     if (copy_error != 0 && is_switch_on(gbEnablePts)) {
         HAL_LOGD("%s: memcpy_s mshare failed(0x%x)", "data_write", as_hex(copy_error));

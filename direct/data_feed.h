@@ -1,6 +1,7 @@
 // Feeds a session's player, chunk by chunk, through the memory block that the service shares.
 //
-// Under the stream's lock, which is held while the player has no room.
+// Under the stream's lock, which is held while the player has no room. The block is shared by all
+// direct streams and has a lock of its own.
 #pragma once
 
 #include <stdint.h>

@@ -62,9 +62,10 @@ size_t resample(hal_stream_in* in, void* destination, size_t frames) {
     while (done < frames) {
         const size_t wanted = frames - done;
         size_t given = wanted;
-        if (in->resampler->resample_from_provider(
-                in->resampler, samples + done * resampler_channels(in), &given) != 0) {
-            given = 0;
+        const int error = in->resampler->resample_from_provider(
+            in->resampler, samples + done * resampler_channels(in), &given);
+        if (error != 0 && given == wanted) {
+            given = 0;  // not told how many there are
         }
         HAL_LOGV("in_read: resample_from_provider req_frame(%d) real_frame(%d)\n",
                  static_cast<int>(wanted), static_cast<int>(given));
@@ -101,18 +102,23 @@ void read_folded(hal_stream_in* in, const read_request& request) {
     const size_t most = hal_buffer_frames(in, request);
     size_t read_frames = 0;
     size_t stored = 0;
+    bool card_failed = false;
     while (most > 0 && read_frames < request.user_frames && stored < request.mono_room()) {
         const size_t piece = std::min(request.user_frames - read_frames, most);
         const size_t room = request.mono_room() - stored;
-        const size_t got = fill_hal_buffer(in, request, piece);
+        size_t got = piece;  // what the hal buffer held before, once the card has failed
+        if (!card_failed) {
+            got = fill_hal_buffer(in, request, piece);
+            if (in->resampler != nullptr && got < piece) {
+                card_failed = true;
+                got = piece;
+            }
+        }
         const size_t folded = std::min(got, room);
         fold_channels(in->buffer_hal, in->config.channels,
                       request.buffer + stored * card_sample_bytes, folded);
         read_frames += piece;
         stored += folded;
-        if (in->resampler != nullptr && got < piece) {
-            return;  // the card failed
-        }
     }
 }
 

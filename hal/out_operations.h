@@ -42,7 +42,7 @@ int out_get_presentation_position(const struct audio_stream_out* stream, uint64_
                                   struct timespec* timestamp);
 int out_get_next_write_timestamp(const struct audio_stream_out* stream, int64_t* timestamp);
 
-// Direct streams only (out_direct_controls.cpp). -1 for a null stream.
+// Direct streams only (out_direct_controls.cpp). Pause, resume and flush give -1 for a null stream.
 int out_set_callback(struct audio_stream_out* stream, stream_callback_t callback, void* cookie);
 int out_pause(struct audio_stream_out* stream);
 int out_resume(struct audio_stream_out* stream);

@@ -91,7 +91,7 @@ service_options::plan service_options::make_plan(const std::string& input) const
 
 sink_device service_options::choose(const std::string& input) const {
     if (device_ == nowhere) {
-        return {nowhere, "nowhere", {}};
+        return {playback_variable, nowhere, "nowhere", {}};
     }
     return choose_sink({device_.empty() ? "auto" : device_, input, environment(playback_variable)});
 }

@@ -191,9 +191,11 @@ TEST_F(InResample, AFailingCardEndsTheReadAndTheNextOneGoesOn) {
                             "get_next_buffer() pcm_read error -5 overrun"),
                   2)
             << "once for the frames that were short, once for none";
-        // What came before the failure is stored and the rest left alone.
+        // What came before the failure is stored. The rest is left alone, or, where frames are
+        // folded, what their buffer held before.
         const size_t good = 1024 * 16000 / 48000 + 1;
-        EXPECT_EQ(data.find(std::string(64, 'x')), good * frame_bytes);
+        const std::string rest(data.size() - good * frame_bytes, mask == mono ? '\0' : 'x');
+        EXPECT_TRUE(data.substr(good * frame_bytes) == rest);
         EXPECT_EQ(to_hal_stream_in(stream)->frames_in, 0U);
 
         tinyalsa().failing_from = 0;

@@ -1,0 +1,214 @@
+#include "player_service/playback/ac3_decoder.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libswresample/swresample.h>
+}
+
+#include <algorithm>
+
+#include <zuavplayer/player_types.h>
+
+#include "player_service/playback/ffmpeg_log.h"
+
+namespace player_service {
+
+using android::ZU_PTS_NONE;
+
+namespace {
+
+// So many timestamps may wait for their unit: one comes with every chunk, and a unit is shorter
+// than this many chunks of a byte each.
+constexpr size_t kMaxMarks = 8192;
+
+}  // namespace
+
+void ffmpeg_deleter::operator()(AVCodecContext* context) const {
+    avcodec_free_context(&context);
+}
+void ffmpeg_deleter::operator()(AVCodecParserContext* parser) const {
+    av_parser_close(parser);
+}
+void ffmpeg_deleter::operator()(AVFrame* frame) const {
+    av_frame_free(&frame);
+}
+void ffmpeg_deleter::operator()(AVPacket* packet) const {
+    av_packet_free(&packet);
+}
+void ffmpeg_deleter::operator()(SwrContext* converter) const {
+    swr_free(&converter);
+}
+
+std::unique_ptr<ac3_decoder> ac3_decoder::create() {
+    route_ffmpeg_log();
+    std::unique_ptr<ac3_decoder> made(new ac3_decoder);
+    made->parser_.reset(av_parser_init(AV_CODEC_ID_AC3));
+    made->parsed_.reset(avcodec_alloc_context3(nullptr));
+    made->packet_.reset(av_packet_alloc());
+    made->frame_.reset(av_frame_alloc());
+    const bool complete = made->parser_ != nullptr && made->parsed_ != nullptr &&
+                          made->packet_ != nullptr && made->frame_ != nullptr &&
+                          made->open_decoder(AV_CODEC_ID_AC3);
+    return complete ? std::move(made) : nullptr;
+}
+
+bool ac3_decoder::open_decoder(int codec_id) {
+    if (decoder_ != nullptr && decoder_->codec_id == codec_id) {
+        return true;
+    }
+    const AVCodec* codec = avcodec_find_decoder(static_cast<AVCodecID>(codec_id));
+    if (codec == nullptr) {
+        return false;
+    }
+    ffmpeg_ptr<AVCodecContext> opened(avcodec_alloc_context3(codec));
+    if (opened == nullptr) {
+        return false;
+    }
+    opened->thread_count = 1;
+    opened->err_recognition = AV_EF_CRCCHECK;
+    if (avcodec_open2(opened.get(), codec, nullptr) < 0) {
+        return false;
+    }
+    decoder_ = std::move(opened);
+    return true;
+}
+
+// The codec of a packet; the present one where it does not begin with a frame. The parser has
+// looked at the packet behind it already, so what it says is of that one.
+int ac3_decoder::find_codec(const uint8_t* packet, int bytes) const {
+    constexpr int identification_at = 5;
+    constexpr int last_of_ac3 = 10;
+    if (bytes <= identification_at || packet[0] != 0x0B || packet[1] != 0x77) {
+        return decoder_->codec_id;
+    }
+    return packet[identification_at] >> 3 > last_of_ac3 ? AV_CODEC_ID_EAC3 : AV_CODEC_ID_AC3;
+}
+
+bool ac3_decoder::report_damage(const output& out) {
+    decoded_sound lost;
+    lost.pts_ms = ZU_PTS_NONE;
+    lost.damaged = true;
+    return out(lost);
+}
+
+// The latest timestamp given at or before the start of a packet and not before the one ahead of it.
+uint32_t ac3_decoder::take_pts(uint64_t packet_start) {
+    uint32_t pts_ms = ZU_PTS_NONE;
+    while (!marks_.empty() && marks_.front().offset <= packet_start) {
+        pts_ms = marks_.front().pts_ms;
+        marks_.pop_front();
+    }
+    return pts_ms;
+}
+
+// Finds the next packet and decodes it. `used` is how many of the bytes the parser took; no bytes
+// at all mean the end of the stream.
+bool ac3_decoder::parse(const uint8_t* bytes, int size, const output& out, int& used) {
+    uint8_t* data = nullptr;
+    int data_bytes = 0;
+    used = av_parser_parse2(parser_.get(), parsed_.get(), &data, &data_bytes, bytes, size,
+                            AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
+    if (used < 0) {
+        used = size;
+        return report_damage(out);
+    }
+    if (data_bytes <= 0) {
+        return true;
+    }
+    const uint32_t pts_ms = take_pts(packet_start_);
+    packet_start_ += static_cast<uint64_t>(data_bytes);
+    // The parser's bytes are not padded, as a decoder needs them.
+    if (av_new_packet(packet_.get(), data_bytes) < 0) {
+        return report_damage(out);
+    }
+    std::copy_n(data, data_bytes, packet_->data);
+    const bool has_decoder = open_decoder(find_codec(packet_->data, data_bytes));
+    const bool go_on = has_decoder ? decode_packet(pts_ms, out) : report_damage(out);
+    av_packet_unref(packet_.get());
+    return go_on;
+}
+
+bool ac3_decoder::decode(const uint8_t* bytes, size_t size, uint32_t pts_ms, const output& out) {
+    if (pts_ms != ZU_PTS_NONE) {
+        marks_.push_back({bytes_in_, pts_ms});
+        if (marks_.size() > kMaxMarks) {
+            marks_.pop_front();
+        }
+    }
+    bytes_in_ += size;
+    padded_.assign(bytes, bytes + size);
+    padded_.resize(size + AV_INPUT_BUFFER_PADDING_SIZE, 0);
+    size_t done = 0;
+    bool go_on = true;
+    while (go_on && done < size) {
+        int used = 0;
+        go_on = parse(padded_.data() + done, static_cast<int>(size - done), out, used);
+        done += static_cast<size_t>(used);
+    }
+    return go_on;
+}
+
+bool ac3_decoder::finish(const output& out) {
+    int used = 0;
+    return parse(nullptr, 0, out, used);
+}
+
+bool ac3_decoder::decode_packet(uint32_t pts_ms, const output& out) {
+    if (avcodec_send_packet(decoder_.get(), packet_.get()) < 0) {
+        return report_damage(out);
+    }
+    for (;;) {
+        const int error = avcodec_receive_frame(decoder_.get(), frame_.get());
+        if (error == AVERROR(EAGAIN) || error == AVERROR_EOF) {
+            return true;
+        }
+        if (!(error < 0 ? report_damage(out) : send_frame(pts_ms, out))) {
+            return false;
+        }
+        pts_ms = ZU_PTS_NONE;
+    }
+}
+
+bool ac3_decoder::send_frame(uint32_t pts_ms, const output& out) {
+    decoded_sound sound;
+    sound.pts_ms = pts_ms;
+    if (!convert_frame(sound.format)) {
+        return report_damage(out);
+    }
+    sound.samples = samples_.data();
+    sound.frames = static_cast<size_t>(frame_->nb_samples);
+    sound.damaged = frame_->decode_error_flags != 0;
+    return out(sound);
+}
+
+// frame_ into samples_. False for a frame that this service does not play.
+bool ac3_decoder::convert_frame(audio_format& format) {
+    const int channels = frame_->ch_layout.nb_channels;
+    const int rate_hz = frame_->sample_rate;
+    if (channels < 1 || channels > static_cast<int>(kMaxChannels) ||
+        rate_hz < static_cast<int>(kMinRateHz) || rate_hz > static_cast<int>(kMaxRateHz)) {
+        return false;
+    }
+    format = {static_cast<unsigned>(channels), static_cast<uint32_t>(rate_hz)};
+    if (converter_ == nullptr || converter_format_ != frame_->format ||
+        converter_sound_ != format) {
+        SwrContext* made = nullptr;
+        const int error = swr_alloc_set_opts2(
+            &made, &frame_->ch_layout, AV_SAMPLE_FMT_S16, rate_hz, &frame_->ch_layout,
+            static_cast<AVSampleFormat>(frame_->format), rate_hz, 0, nullptr);
+        converter_.reset(made);
+        if (error < 0 || swr_init(converter_.get()) < 0) {
+            converter_.reset();
+            return false;
+        }
+        converter_format_ = frame_->format;
+        converter_sound_ = format;
+    }
+    samples_.resize(static_cast<size_t>(frame_->nb_samples) * format.channels);
+    auto* to = reinterpret_cast<uint8_t*>(samples_.data());
+    return swr_convert(converter_.get(), &to, frame_->nb_samples,
+                       const_cast<const uint8_t**>(frame_->extended_data),
+                       frame_->nb_samples) == frame_->nb_samples;
+}
+
+}  // namespace player_service

@@ -1,0 +1,74 @@
+// AC-3 and E-AC-3, told apart by the stream itself, through FFmpeg's parser and decoders.
+//
+// The decoder's planar float becomes interleaved 16-bit by libswresample without dither: each
+// sample is multiplied by 32768, rounded to nearest (halves to even) and clamped. Channels and rate
+// stay the stream's. A frame whose checksum or contents are wrong is concealed as FFmpeg does it.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <vector>
+
+#include "player_service/playback/sound_decoder.h"
+
+struct AVCodecContext;
+struct AVCodecParserContext;
+struct AVFrame;
+struct AVPacket;
+struct SwrContext;
+
+namespace player_service {
+
+struct ffmpeg_deleter {
+    void operator()(AVCodecContext* context) const;
+    void operator()(AVCodecParserContext* parser) const;
+    void operator()(AVFrame* frame) const;
+    void operator()(AVPacket* packet) const;
+    void operator()(SwrContext* converter) const;
+};
+template <typename T>
+using ffmpeg_ptr = std::unique_ptr<T, ffmpeg_deleter>;
+
+class ac3_decoder : public sound_decoder {
+  public:
+    // Null where FFmpeg lacks the decoders or memory is short.
+    static std::unique_ptr<ac3_decoder> create();
+
+    bool decode(const uint8_t* bytes, size_t size, uint32_t pts_ms, const output& out) override;
+    bool finish(const output& out) override;
+
+  private:
+    ac3_decoder() = default;
+
+    uint32_t take_pts(uint64_t packet_start);
+    bool parse(const uint8_t* bytes, int size, const output& out, int& used);
+    bool open_decoder(int codec_id);
+    int find_codec(const uint8_t* packet, int bytes) const;
+    bool decode_packet(uint32_t pts_ms, const output& out);
+    bool send_frame(uint32_t pts_ms, const output& out);
+    bool convert_frame(audio_format& format);
+    static bool report_damage(const output& out);
+
+    // Where a timestamp was given, counted in bytes of the stream.
+    struct mark {
+        uint64_t offset;
+        uint32_t pts_ms;
+    };
+
+    ffmpeg_ptr<AVCodecParserContext> parser_;
+    ffmpeg_ptr<AVCodecContext> parsed_;   // the parser's own
+    ffmpeg_ptr<AVCodecContext> decoder_;  // of the codec that the stream has now
+    ffmpeg_ptr<AVPacket> packet_;
+    ffmpeg_ptr<AVFrame> frame_;
+    ffmpeg_ptr<SwrContext> converter_;
+    int converter_format_ = -1;
+    audio_format converter_sound_;
+    std::vector<uint8_t> padded_;
+    std::vector<int16_t> samples_;
+    std::deque<mark> marks_;
+    uint64_t bytes_in_ = 0;
+    uint64_t packet_start_ = 0;
+};
+
+}  // namespace player_service
