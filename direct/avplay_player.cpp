@@ -58,6 +58,8 @@ int32_t hal_avplay_destory(struct avplay_session* session) {
         return -1;
     }
     const uint32_t player = load_relaxed(session->avplay_handle);
+    // As before the stream was first opened, so that nobody asks about what has gone.
+    store_relaxed(session->track_handle, uint32_t{0});
     store_relaxed(session->avplay_handle, avplay_handle_none);
     return destroy_player(player);
 }

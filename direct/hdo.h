@@ -42,7 +42,7 @@ int32_t hdo_write(struct avplay_session* hdo, const void* buffer, size_t bytes);
 int32_t hdo_get_buffer_size(struct avplay_session* hdo);  // bytes
 int32_t hdo_get_latency(struct avplay_session* hdo);      // milliseconds
 
-// Stores the frames that the player has decoded; 0 before the stream was first opened.
+// Stores the frames that the player has decoded; 0 while it has none.
 int32_t hdo_get_tstamp(struct avplay_session* hdo, uint64_t* frames);
 
 int32_t hdo_pause(struct avplay_session* hdo);

@@ -188,6 +188,10 @@ TEST_F(DirectControl, PositionIsWhatTheDecoderGave) {
     EXPECT_EQ(hdo_get_tstamp(session, &frames), 0);
     EXPECT_EQ(frames, 0U);
     session->avplay_handle = player;
+    standby(stream);
+    take_calls();
+    EXPECT_EQ(hdo_get_tstamp(session, &frames), 0);
+    EXPECT_EQ(take_calls(), lines{});  // nor is there after the player has gone
     close_stream(stream);
 }
 
