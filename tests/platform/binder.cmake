@@ -13,11 +13,13 @@ target_link_libraries(binder_probe_service
 corvex_test(binder_test
   SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/binder_death_test.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/binder_fixture.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_memory_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_parcel_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_probe.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_remote_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_service_test.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/binder_wire_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/../support/child_process.cpp
     ${CMAKE_CURRENT_LIST_DIR}/../support/log_recorder.cpp
   LINK corvex::binder android::log Threads::Threads)

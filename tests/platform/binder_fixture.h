@@ -16,6 +16,9 @@
 #include "tests/support/log_recorder.h"
 #include "tests/support/scratch_dir.h"
 
+// The program of a process that offers probes: binder_probe_service.cpp.
+extern const char* const probe_service;
+
 // Waits for something that cannot be waited for otherwise.
 template <typename Predicate>
 bool eventually(Predicate predicate) {
@@ -52,7 +55,7 @@ class BinderTest : public testing::Test {
         const auto names = android::defaultServiceManager()->listServices();
         return std::count(names.begin(), names.end(), android::String16(name)) == 1;
     }
-    // Probes in this process that this test has made.
+    // Probes in this process that this test has made; less where one of an earlier test has gone.
     int alive() const { return probe::alive() - alive_before_; }
 
     log_recorder log_;
@@ -65,6 +68,6 @@ class BinderTest : public testing::Test {
 // One service, "probe", in a process of its own.
 class BinderRemoteTest : public BinderTest {
   protected:
-    child_process service_{BINDER_PROBE_SERVICE, {"probe"}};
+    child_process service_{probe_service, {"probe"}};
     android::sp<android::IBinder> probe_ = find("probe");
 };

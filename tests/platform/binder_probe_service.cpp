@@ -1,4 +1,5 @@
-// A process that offers probes under the names it is given, until it is killed.
+// A process that offers probes under the names it is given, until it is killed; with --use before a
+// name it does all it can with that service instead.
 
 #include <cstdio>
 
@@ -9,8 +10,29 @@
 #include "tests/platform/binder_probe.h"
 #include "tests/support/child_process.h"
 
+namespace {
+
+[[noreturn]] void use(const android::sp<android::IBinder>& service) {
+    for (;;) {
+        const android::sp<android::IBinder> mine = new probe;
+        ask(service, kNest, 4, mine);
+        ask(service, kKeep, mine);
+        tell(service, kNote, 1);
+        const answer made = ask(service, kMakeMemory, 8192, 0);
+    }
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
     die_with_parent();
+    if (argc == 3 && std::string(argv[1]) == "--use") {
+        const auto service =
+            android::defaultServiceManager()->getService(android::String16(argv[2]));
+        std::puts("ready");
+        std::fflush(stdout);
+        use(service);
+    }
     for (int i = 1; i < argc; ++i) {
         if (android::defaultServiceManager()->addService(android::String16(argv[i]), new probe) !=
             android::NO_ERROR) {

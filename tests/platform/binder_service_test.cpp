@@ -125,7 +125,7 @@ TEST_F(BinderTest, FolderIsMadePrivateAndMayBeFarDown) {
         deep += "/a-folder-whose-path-no-socket-address-can-hold";
     }
     setenv("CORVEX_BINDER_DIR", deep.c_str(), 1);
-    const child_process service(BINDER_PROBE_SERVICE, {"probe"});
+    const child_process service(probe_service, {"probe"});
     struct stat made = {};
     ASSERT_EQ(stat(deep.c_str(), &made), 0);
     EXPECT_EQ(made.st_mode & 07777, 0700U);
@@ -162,17 +162,6 @@ TEST_F(BinderTest, FolderThatIsNotPrivateIsRefusedWithOneClearLine) {
     EXPECT_EQ(add("allowed", new probe), android::NO_ERROR);
 }
 
-TEST_F(BinderTest, ServiceOfAnotherUserIsNotUsed) {
-    if (geteuid() != 0) {
-        GTEST_SKIP() << "only root can give a folder away";
-    }
-    // Root uses a folder of anybody; what anybody listens with there is root's own business.
-    std::filesystem::create_directory(folder());
-    chmod(folder().c_str(), 0700);
-    ASSERT_EQ(chown(folder().c_str(), 12345, 12345), 0);
-    EXPECT_EQ(add("allowed", new probe), android::NO_ERROR);
-}
-
 TEST_F(BinderTest, ServiceThatIsNotThereIsWaitedForWithinBounds) {
     setenv("CORVEX_BINDER_WAIT_MS", "0", 1);
     EXPECT_EQ(android::defaultServiceManager()->getService(String16("late")), nullptr);
@@ -195,11 +184,11 @@ TEST_F(BinderTest, ServiceIsReplacedByALaterOneWhereverThatLives) {
     ASSERT_EQ(add("name", second), android::NO_ERROR);
     EXPECT_EQ(find("name"), second);
     {
-        child_process other(BINDER_PROBE_SERVICE, {"name"});
+        child_process other(probe_service, {"name"});
         const sp<IBinder> remote = find("name");
         ASSERT_NE(remote, nullptr);
         EXPECT_NE(remote->remoteBinder(), nullptr);
-        child_process again(BINDER_PROBE_SERVICE, {"name"});
+        child_process again(probe_service, {"name"});
         EXPECT_NE(find("name"), remote);
         EXPECT_TRUE(lists("name"));
         // The one that was replaced leaves the other's socket alone.
@@ -215,7 +204,7 @@ TEST_F(BinderTest, ServiceIsReplacedByALaterOneWhereverThatLives) {
 }
 
 TEST_F(BinderTest, StoppedServiceIsNotWaitedForForEver) {
-    child_process service(BINDER_PROBE_SERVICE, {"probe"});
+    child_process service(probe_service, {"probe"});
     service.send(SIGSTOP);
     EXPECT_EQ(find("probe"), nullptr);
     service.send(SIGCONT);
@@ -231,7 +220,7 @@ TEST_F(BinderRemoteTest, SocketsGoWithAnOrderlyExit) {
 
 // Thousands of connections, of which nothing stays.
 TEST_F(BinderTest, ConnectionsThatAreNotUsedAnyMoreAreClosedOnBothSides) {
-    const child_process service(BINDER_PROBE_SERVICE, {"probe", "second"});
+    const child_process service(probe_service, {"probe", "second"});
     const auto files_here = [] { return count_entries("fd"); };
     for (int i = 0; i < 10; ++i) {
         find("probe");
@@ -254,5 +243,5 @@ TEST_F(BinderTest, ConnectionsThatAreNotUsedAnyMoreAreClosedOnBothSides) {
     probe_object = find("probe");
     EXPECT_TRUE(eventually([&] { return ask(probe_object, kOpenFiles).number() == there; }));
     EXPECT_LE(count_entries("task"), threads + 4);
-    EXPECT_TRUE(eventually([&] { return alive() == 0; }));
+    EXPECT_TRUE(eventually([&] { return alive() <= 0; }));
 }

@@ -18,7 +18,7 @@ namespace {
 constexpr uint32_t kReading = EPOLLIN | EPOLLRDHUP;
 
 // Somebody who takes this little of what he has asked for does not read any more.
-constexpr uint64_t kMaxUnsentCost = 64 * 1024 * 1024;
+constexpr uint64_t kMaxUnsentCost = uint64_t{64} << 20;
 
 }  // namespace
 

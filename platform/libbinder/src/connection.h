@@ -84,7 +84,7 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     using objects_list = std::vector<parcel_object>;
 
     // Sending; with the lock held.
-    bool is_open() const { return socket_.valid() && !closing_; }
+    bool is_open() const { return socket_.valid() && !closing_ && !io_loop::is_cut_off(); }
     void enqueue(outgoing_frame&& frame);
     bool write_some(outgoing_frame& frame);
     void flush();
@@ -130,6 +130,7 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     uint64_t incoming_oneway_cost_ = 0;  // of that, one-way
     uint64_t last_call_ = 0;
     uint64_t last_export_ = 0;
+    bool is_full_ = false;  // calls are refused, and that has been said
     int uses_ = 0;
     int incoming_calls_ = 0;
     std::map<uint64_t, pending_call*> pending_;

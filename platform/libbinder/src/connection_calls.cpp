@@ -2,8 +2,7 @@
 
 #include <chrono>
 #include <optional>
-
-#include <utils/String8.h>
+#include <utility>
 
 #include "connection.h"
 #include "log.h"
@@ -14,7 +13,7 @@ namespace corvex_binder {
 namespace {
 
 // What may be on its way to a process that is busy, or stopped, before calls are refused.
-constexpr uint64_t kMaxCallCost = 8 * 1024 * 1024;
+constexpr uint64_t kMaxCallCost = uint64_t{8} << 20;
 
 }  // namespace
 
@@ -39,10 +38,13 @@ android::status_t connection::call(uint64_t target, uint32_t code, const android
         }
         if (unsent_cost_ > kMaxCallCost ||
             (oneway && oneway_cost_ + parcel.cost() > kMaxOnewayCost)) {
-            BINDER_LOG(ERROR, "a call to process %d is not sent: too many wait there already",
-                       peer_.pid);
+            if (!std::exchange(is_full_, true)) {
+                BINDER_LOG(ERROR, "calls to process %d are refused: too many wait there already",
+                           peer_.pid);
+            }
             return android::FAILED_TRANSACTION;
         }
+        is_full_ = false;
         const call_payload fixed = {oneway ? 0 : ++last_call_, target, code, flags};
         if (oneway) {
             oneway_cost_ += enqueue_with(parcel, begin_frame(kCallFrame, &fixed, sizeof fixed));
@@ -53,7 +55,7 @@ android::status_t connection::call(uint64_t target, uint32_t code, const android
         wait_for_reply(lock, fixed.call, pending, timeout_ms);
         close_if_idle();
     }
-    if (!pending.done) {
+    if (!pending.done && target != kRegistry) {
         BINDER_LOG(ERROR,
                    "process %d has not answered call %u of an object within %d ms; set "
                    "CORVEX_BINDER_CALL_TIMEOUT_MS to wait longer (0: for ever)",

@@ -18,12 +18,12 @@ namespace corvex_binder {
 
 namespace {
 
-constexpr size_t kReadBytes = 64 * 1024;
+constexpr size_t kReadBytes = size_t{64} << 10;
 constexpr int kReadsAtOnce = 16;  // then others have their turn
 constexpr int kTicksToGreet = 10;
 
 // What may wait here to be served for one connection.
-constexpr uint64_t kMaxIncomingCost = 64 * 1024 * 1024;
+constexpr uint64_t kMaxIncomingCost = uint64_t{64} << 20;
 
 // Takes over the descriptors of a message.
 std::vector<unique_fd> take_descriptors(msghdr& message) {
@@ -161,8 +161,7 @@ std::unique_ptr<android::Parcel> connection::take_parcel(incoming_frame& frame, 
     if (decode_parcel(frame.payload + at, frame.payload_bytes - at, frame.descriptors.size(),
                       &wire) &&
         take_objects(wire, frame.descriptors, &objects) &&
-        parcel_access::fill(*parcel, wire.data, wire.data_bytes, std::move(objects)) ==
-            android::NO_ERROR) {
+        parcel_access::fill(*parcel, wire.data, wire.data_bytes, &objects) == android::NO_ERROR) {
         return parcel;
     }
     let_go(std::move(objects));

@@ -7,7 +7,7 @@ namespace corvex_binder {
 namespace {
 
 // What a connection keeps for its next frame although it holds nothing.
-constexpr size_t kKeptBytes = 64 * 1024;
+constexpr size_t kKeptBytes = size_t{64} << 10;
 
 }  // namespace
 

@@ -1,5 +1,6 @@
 #include "io_loop.h"
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -18,6 +19,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kTick(500);
 
+std::atomic<bool> cut_off{false};
+
 }  // namespace
 
 // Lives for ever: its thread outlives main().
@@ -25,6 +28,10 @@ io_loop* io_loop::get() {
     static std::mutex mutex;
     static io_loop* loop = nullptr;
     const std::lock_guard<std::mutex> lock(mutex);
+    if (is_cut_off()) {
+        BINDER_LOG(ERROR, "a forked process cannot reach others: start it with exec");
+        return nullptr;
+    }
     if (loop == nullptr) {
         // Remembers this thread's signals before there are threads of ours.
         thread_pool::get();
@@ -37,6 +44,10 @@ io_loop* io_loop::get() {
         }
     }
     return loop;
+}
+
+bool io_loop::is_cut_off() {
+    return cut_off;
 }
 
 bool io_loop::start() {
@@ -58,6 +69,7 @@ bool io_loop::start() {
         return false;
     }
     pthread_detach(thread);
+    pthread_atfork(nullptr, nullptr, [] { cut_off = true; });
     return true;
 }
 

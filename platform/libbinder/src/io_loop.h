@@ -31,6 +31,9 @@ class io_loop {
   public:
     // Starts the thread when it is first asked for. Null, with a line in the log, when it cannot.
     static io_loop* get();
+    // In a process that was forked off after that, which has no such thread: nothing may touch
+    // its parent's sockets there.
+    static bool is_cut_off();
 
     // Any thread. Keeps the endpoint until it is removed. False when there is no room for it.
     bool add(const std::shared_ptr<endpoint>& who, uint32_t events);

@@ -30,7 +30,9 @@ bool listener::start() {
 }
 
 void listener::stop() {
-    io_loop::get()->remove(*this);
+    if (io_loop* loop = io_loop::get()) {
+        loop->remove(*this);
+    }
 }
 
 bool listener::is_replaced() const {

@@ -33,10 +33,10 @@ void parcel_object::swap(parcel_object& other) noexcept {
 }
 
 android::status_t parcel_access::fill(android::Parcel& parcel, const uint8_t* data, size_t bytes,
-                                      std::vector<parcel_object>&& objects) {
+                                      std::vector<parcel_object>* objects) {
     const android::status_t status = parcel.setData(data, bytes);
     if (status == android::NO_ERROR) {
-        parcel.mObjects = std::move(objects);
+        parcel.mObjects.swap(*objects);
     }
     return status;
 }
@@ -57,7 +57,6 @@ namespace android {
 using corvex_binder::flat_object;
 using corvex_binder::kDescriptorType;
 using corvex_binder::kMaxParcelBytes;
-using corvex_binder::padded;
 using corvex_binder::unique_fd;
 
 Parcel::Parcel() = default;

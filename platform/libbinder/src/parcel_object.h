@@ -48,9 +48,10 @@ struct parcel_object {
 };
 
 struct parcel_access {
-    // Gives an empty parcel these bytes and objects, sorted by offset. NO_MEMORY leaves it empty.
+    // Gives an empty parcel these bytes, and takes these objects, sorted by offset. NO_MEMORY
+    // leaves both as they are.
     static android::status_t fill(android::Parcel& parcel, const uint8_t* data, size_t bytes,
-                                  std::vector<parcel_object>&& objects);
+                                  std::vector<parcel_object>* objects);
     static const std::vector<parcel_object>& objects(const android::Parcel& parcel) {
         return parcel.mObjects;
     }

@@ -15,7 +15,6 @@ using corvex_binder::flat_object;
 using corvex_binder::kBinderType;
 using corvex_binder::kDescriptorType;
 using corvex_binder::kWeakBinderType;
-using corvex_binder::object_type;
 using corvex_binder::unique_fd;
 
 // Writes the object's place in the data and, unless it is a null object, its record.

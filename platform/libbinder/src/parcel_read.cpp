@@ -199,6 +199,11 @@ const char16_t* read_utf16(const Parcel& parcel, size_t* length, status_t* statu
         return nullptr;
     }
     const auto units = static_cast<size_t>(size);
+    // Unpadded bytes in front can leave it where no string is written.
+    if (parcel.dataPosition() % alignof(char16_t) != 0) {
+        *status = BAD_VALUE;
+        return nullptr;
+    }
     *status = NOT_ENOUGH_DATA;
     if (units >= kMaxParcelBytes / sizeof(char16_t)) {
         return nullptr;

@@ -15,7 +15,7 @@
 
 namespace corvex_binder {
 
-constexpr size_t kMaxFrameParcelBytes = 1024 * 1024;
+constexpr size_t kMaxFrameParcelBytes = size_t{1} << 20;
 constexpr size_t kMaxFrameObjects = 4096;
 constexpr size_t kMaxFrameDescriptors = 64;
 
@@ -104,7 +104,7 @@ constexpr uint64_t frame_cost(size_t payload_bytes, size_t descriptors) {
 
 // The one-way calls that one side may have on their way to the other, served or not. Larger than
 // any one call.
-constexpr uint64_t kMaxOnewayCost = 4 * 1024 * 1024;
+constexpr uint64_t kMaxOnewayCost = uint64_t{4} << 20;
 
 struct wire_parcel {
     const uint8_t* data = nullptr;

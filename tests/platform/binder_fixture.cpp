@@ -1,0 +1,3 @@
+#include "tests/platform/binder_fixture.h"
+
+const char* const probe_service = BINDER_PROBE_SERVICE;
