@@ -16,6 +16,7 @@ struct log_state {
     std::mutex lock;
     bool active = false;
     bool shown = false;
+    bool keeps = true;
     std::vector<log_line> kept;
 };
 
@@ -59,7 +60,7 @@ void take_line(const __android_logger_data* data, const char* message) {
     if (s.shown) {
         std::fprintf(stderr, "%s\n", to_text(line).c_str());
     }
-    if (line.priority >= ANDROID_LOG_WARN) {
+    if (s.keeps && line.priority >= ANDROID_LOG_WARN) {
         keep(s.kept, line);
     }
 }
@@ -72,6 +73,7 @@ log_lines::log_lines(unsigned verbosity) {
         const std::lock_guard<std::mutex> guard(s.lock);
         s.active = true;
         s.shown = verbosity > 0;
+        s.keeps = true;
         s.kept.clear();
     }
     constexpr int minimum[] = {ANDROID_LOG_WARN, ANDROID_LOG_DEBUG, ANDROID_LOG_VERBOSE};
@@ -101,6 +103,12 @@ void log_lines::forget() {
     log_state& s = state();
     const std::lock_guard<std::mutex> guard(s.lock);
     s.kept.clear();
+}
+
+void log_lines::stop_keeping() {
+    log_state& s = state();
+    const std::lock_guard<std::mutex> guard(s.lock);
+    s.keeps = false;
 }
 
 std::string to_text(const log_line& line) {

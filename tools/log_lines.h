@@ -31,6 +31,22 @@ class log_lines {
 
     // Forgets the lines kept so far, so that problems() speaks of what comes next.
     void forget();
+
+    // Keeps none of the lines that follow.
+    void stop_keeping();
+};
+
+// Keeps no more lines once it goes. Made right after a device, it goes before that closes, which is
+// loud without a player service and says nothing about what was played or recorded.
+class problems_until_device_closes {
+  public:
+    explicit problems_until_device_closes(log_lines& log) : log_(log) {}
+    ~problems_until_device_closes() { log_.stop_keeping(); }
+    problems_until_device_closes(const problems_until_device_closes&) = delete;
+    problems_until_device_closes& operator=(const problems_until_device_closes&) = delete;
+
+  private:
+    log_lines& log_;
 };
 
 // "E audio_hal: text (3 times)"

@@ -52,6 +52,7 @@ class loop_command : public command {
             const hal_module module(options.module_path);
             const hal_device device(module);
             log.forget();
+            const problems_until_device_closes quiet_close(log);
             int status = 0;
             const auto output =
                 hal_output_stream::open(device,

@@ -91,6 +91,7 @@ class play_command : public command {
             const hal_module module(options.module_path);
             const hal_device device(module);
             log.forget();
+            const problems_until_device_closes quiet_close(log);
             const auto stream = open_stream(device, channels_, log);
             stream_rate_hz_ = stream->sample_rate_hz();
             pcm_source source(file, stream_rate_hz_, customary_layout(channels_));

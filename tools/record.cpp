@@ -79,6 +79,7 @@ class record_command : public command {
             const hal_module module(options.module_path);
             const hal_device device(module);
             log.forget();
+            const problems_until_device_closes quiet_close(log);
             const auto stream = open_stream(device, rate_hz_, channels_, log);
             wav_writer file(file_, rate_hz_, channels_);
             progress_line progress(!log.shown());
