@@ -69,8 +69,9 @@ function(corvex_module target objects)
   add_library(${target} MODULE)
   target_link_libraries(${target} PRIVATE ${objects})
   set(map ${PROJECT_SOURCE_DIR}/hal/audio.primary.corvex.map)
+  # It stays loaded: its event observer may be released after the connection that it was for.
   target_link_options(${target} PRIVATE
-    -Wl,--version-script=${map} -Wl,-Bsymbolic-functions)
+    -Wl,--version-script=${map} -Wl,-Bsymbolic-functions -Wl,-z,nodelete)
   set_target_properties(${target} PROPERTIES
     PREFIX "" OUTPUT_NAME audio.primary.corvex LINK_DEPENDS ${map})
 endfunction()

@@ -41,7 +41,7 @@ bool connection::open() {
         return false;
     }
     if (!greeted_) {
-        loop->want_ticks(1);
+        loop->want_ticks(*this, true);
     }
     return true;
 }
@@ -105,7 +105,7 @@ bool connection::write_some(outgoing_frame& frame) {
             if (errno == EINTR) {
                 continue;
             }
-            if (errno != EAGAIN) {
+            if (errno != EAGAIN && errno != ENOBUFS && errno != ENOMEM) {
                 if (errno != EPIPE && errno != ECONNRESET) {
                     BINDER_LOG(ERROR, "the connection to process %d is given up: %s", peer_.pid,
                                strerror(errno));
@@ -156,6 +156,9 @@ void connection::flush() {
 // Sends a frame with the parcel behind it. Naming its objects and sending them are one step, so
 // that a release of one of them cannot come between. Returns what the frame costs.
 uint64_t connection::enqueue_with(outgoing_parcel& parcel, outgoing_frame&& frame) {
+    if (!is_open()) {
+        return 0;  // nobody would ever give back what is named now
+    }
     std::vector<wire_object> objects;
     std::vector<uint64_t> dead;
     for (const auto& [offset, binder] : parcel.objects) {

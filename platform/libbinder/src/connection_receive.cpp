@@ -142,7 +142,7 @@ bool connection::receive_hello(const incoming_frame& frame) {
 void connection::stop_waiting_for_hello() {
     if (!greeted_) {
         greeted_ = true;
-        io_loop::get()->want_ticks(-1);
+        io_loop::get()->want_ticks(*this, false);
     }
 }
 
@@ -270,6 +270,9 @@ bool connection::receive_reply(incoming_frame& frame) {
     }
     {
         const std::lock_guard<std::mutex> lock(mutex_);
+        if (fixed.call == 0 || fixed.call > last_call_) {
+            return false;
+        }
         const auto found = pending_.find(fixed.call);
         if (found != pending_.end()) {
             pending_call& pending = *found->second;

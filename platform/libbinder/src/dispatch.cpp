@@ -97,22 +97,61 @@ void dispatch(std::unique_ptr<incoming_call>&& call) {
     post_oneway(std::move(call));
 }
 
+namespace {
+
+// Letting go is work for a few threads at most: it comes in bursts, and each is short.
+constexpr int kMostLettingGo = 2;
+
+struct letting_go {
+    std::mutex mutex;
+    std::deque<std::function<void()>> waiting;
+    int threads = 0;
+};
+
+letting_go& chores() {
+    static auto* all = new letting_go;
+    return *all;
+}
+
+void do_chores() {
+    for (;;) {
+        std::function<void()> chore;  // ends, and lets go, after the lock
+        const std::lock_guard<std::mutex> lock(chores().mutex);
+        if (chores().waiting.empty()) {
+            --chores().threads;
+            return;
+        }
+        chore.swap(chores().waiting.front());
+        chores().waiting.pop_front();
+    }
+}
+
+void post_chore(std::function<void()>&& chore) {
+    const std::lock_guard<std::mutex> lock(chores().mutex);
+    chores().waiting.push_back(std::move(chore));
+    if (chores().threads < kMostLettingGo) {
+        ++chores().threads;
+        thread_pool::get().post(do_chores);
+    }
+}
+
+}  // namespace
+
 void let_go(android::sp<android::IBinder>&& object) {
     if (object != nullptr) {
-        thread_pool::get().post([held = std::move(object)] {});
+        post_chore([held = std::move(object)] {});
     }
 }
 
 void let_go(std::vector<parcel_object>&& objects) {
     if (!objects.empty()) {
-        thread_pool::get().post(
-            [held = std::make_shared<std::vector<parcel_object>>(std::move(objects))] {});
+        post_chore([held = std::make_shared<std::vector<parcel_object>>(std::move(objects))] {});
     }
 }
 
 void let_go(std::unique_ptr<android::Parcel>&& parcel) {
     if (parcel != nullptr) {
-        thread_pool::get().post([held = std::shared_ptr<android::Parcel>(std::move(parcel))] {});
+        post_chore([held = std::shared_ptr<android::Parcel>(std::move(parcel))] {});
     }
 }
 

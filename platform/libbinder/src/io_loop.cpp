@@ -7,6 +7,7 @@
 #include <pthread.h>
 #include <signal.h>
 #include <sys/epoll.h>
+#include <utility>
 #include <vector>
 
 #include "log.h"
@@ -27,11 +28,12 @@ std::atomic<bool> cut_off{false};
 io_loop* io_loop::get() {
     static std::mutex mutex;
     static io_loop* loop = nullptr;
-    const std::lock_guard<std::mutex> lock(mutex);
+    // First: another thread may have held the mutex when this process was forked.
     if (is_cut_off()) {
         BINDER_LOG(ERROR, "a forked process cannot reach others: start it with exec");
         return nullptr;
     }
+    const std::lock_guard<std::mutex> lock(mutex);
     if (loop == nullptr) {
         // Remembers this thread's signals before there are threads of ours.
         thread_pool::get();
@@ -102,7 +104,15 @@ void io_loop::remove(const endpoint& who) {
     if (found != endpoints_.end()) {
         epoll_ctl(epoll_, EPOLL_CTL_DEL, who.fd(), nullptr);
         removed = std::move(found->second);
+        ticks_wanted_ -= std::exchange(removed->wants_ticks_, false) ? 1 : 0;
         endpoints_.erase(found);
+    }
+}
+
+void io_loop::want_ticks(endpoint& who, bool wants) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (endpoints_.count(who.loop_id_) > 0 && std::exchange(who.wants_ticks_, wants) != wants) {
+        ticks_wanted_ += wants ? 1 : -1;
     }
 }
 

@@ -2,6 +2,7 @@
 // anywhere else, so that every connection is served whatever the calls do.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -25,6 +26,7 @@ class endpoint {
   private:
     friend class io_loop;
     uint64_t loop_id_ = 0;
+    bool wants_ticks_ = false;  // under the loop's lock
 };
 
 class io_loop {
@@ -41,8 +43,8 @@ class io_loop {
     // No call begins afterwards; on other threads than the loop's, one may still be running.
     void remove(const endpoint& who);
 
-    // One more or one less that wants on_tick(). On the loop's thread only.
-    void want_ticks(int change) { ticks_wanted_ += change; }
+    // Whether this endpoint wants on_tick(), as long as it is not removed.
+    void want_ticks(endpoint& who, bool wants);
 
   private:
     io_loop() = default;
@@ -53,7 +55,7 @@ class io_loop {
     std::shared_ptr<endpoint> find(uint64_t id);
 
     int epoll_ = -1;
-    int ticks_wanted_ = 0;
+    std::atomic<int> ticks_wanted_{0};  // changes under the lock
     std::mutex mutex_;
     std::map<uint64_t, std::shared_ptr<endpoint>> endpoints_;
     uint64_t last_id_ = 0;

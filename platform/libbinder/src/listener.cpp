@@ -80,7 +80,7 @@ void listener::pause(const char* why) {
     }
     if (!paused_) {
         paused_ = true;
-        io_loop::get()->want_ticks(1);
+        io_loop::get()->want_ticks(*this, true);
         io_loop::get()->set_events(*this, 0);
     }
 }
@@ -88,7 +88,7 @@ void listener::pause(const char* why) {
 void listener::on_tick() {
     if (paused_) {
         paused_ = false;
-        io_loop::get()->want_ticks(-1);
+        io_loop::get()->want_ticks(*this, false);
         io_loop::get()->set_events(*this, EPOLLIN);
     }
 }

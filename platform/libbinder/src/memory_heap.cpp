@@ -29,6 +29,7 @@ struct mapped_heap {
     size_t size = 0;
     uint32_t flags = 0;
     uint32_t offset = 0;
+    bool is_final = true;  // false where only this process was short of something
 };
 
 const char kHeapId = 0;
@@ -73,6 +74,7 @@ bool read_heap(const Parcel& reply, mapped_heap& heap) {
     }
     heap.size = static_cast<size_t>(size);
     heap.fd = unique_fd::duplicate(fd);
+    heap.is_final = heap.fd.valid();
     return heap.fd.valid();
 }
 
@@ -85,6 +87,7 @@ void map(const Parcel& reply, mapped_heap& heap) {
         const bool read_only = (heap.flags & IMemoryHeap::READ_ONLY) != 0;
         heap.base = mmap(nullptr, heap.size, read_only ? PROT_READ : PROT_READ | PROT_WRITE,
                          MAP_SHARED, heap.fd.get(), heap.offset);
+        heap.is_final = heap.base != MAP_FAILED;
         fault = heap.base == MAP_FAILED ? "it cannot be mapped" : nullptr;
     }
     if (fault != nullptr) {
@@ -126,6 +129,10 @@ const mapped_heap& BpMemoryHeap::mapped() const {
     if (found == nullptr) {
         auto* heap = new mapped_heap;
         map(reply, *heap);
+        if (!heap->is_final) {
+            delete heap;
+            return *nothing;
+        }
         remote()->attachObject(&kHeapId, heap, nullptr, unmap);
         found = heap;
     }

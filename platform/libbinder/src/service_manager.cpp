@@ -126,7 +126,7 @@ class host_service_manager : public BnInterface<IServiceManager> {
 
 }  // namespace
 
-const String16 IServiceManager::descriptor("android.os.IServiceManager");
+const String16& IServiceManager::descriptor = *new String16("android.os.IServiceManager");
 
 const String16& IServiceManager::getInterfaceDescriptor() const {
     return descriptor;

@@ -83,6 +83,11 @@ android::status_t register_service(const android::String16& name,
                    service == nullptr ? "it is null" : "its name is empty or too long");
         return android::BAD_VALUE;
     }
+    // Goes after the locks: the end of a service may run anything.
+    offered_service replaced;
+    // Socket and table change together, so that of two registrations the same one is found in both.
+    static auto* one_at_a_time = new std::mutex;
+    const std::lock_guard<std::mutex> turn(*one_at_a_time);
     android::status_t status = android::NO_ERROR;
     const std::shared_ptr<listener> socket = listener::make(file, &status);
     if (socket == nullptr) {
@@ -91,8 +96,7 @@ android::status_t register_service(const android::String16& name,
         return status;
     }
     remove_sockets_at_exit();
-    // The one that was there goes after the lock: its end may run anything.
-    offered_service replaced = {service, socket};
+    replaced = {service, socket};
     {
         const std::lock_guard<std::mutex> lock(own().mutex);
         std::swap(own().services[name], replaced);

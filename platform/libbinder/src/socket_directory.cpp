@@ -23,12 +23,16 @@ constexpr size_t kMaxFileName = 255;
 struct directory_path {
     std::string path;
     int open_flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+    bool is_chosen = false;  // by name, not by default
 };
 
 directory_path find_path() {
     const char* chosen = getenv("CORVEX_BINDER_DIR");
     if (chosen != nullptr && *chosen != '\0') {
-        return {chosen};
+        directory_path found;
+        found.path = chosen;
+        found.is_chosen = true;
+        return found;
     }
     // In places that others may write to, a link can be theirs.
     directory_path found;
@@ -41,12 +45,14 @@ directory_path find_path() {
 }
 
 // Why an open folder is not private; null when it is.
-const char* find_fault(int directory) {
+const char* find_fault(int directory, bool is_chosen) {
     struct stat file = {};
     if (fstat(directory, &file) != 0) {
         return strerror(errno);
     }
-    if (file.st_uid != geteuid() && geteuid() != 0) {
+    // Root may go into the folder of a user, but only where it is told to: anybody may have made
+    // one in the default place before.
+    if (file.st_uid != geteuid() && !(geteuid() == 0 && is_chosen)) {
         return "it belongs to another user";
     }
     return (file.st_mode & (S_IRWXG | S_IRWXO)) != 0 ? "others than its owner have access to it"
@@ -75,7 +81,8 @@ unique_fd open_socket_directory(bool create, bool quiet, android::status_t* stat
         *status = android::NAME_NOT_FOUND;
         return {};
     }
-    const char* fault = directory.valid() ? find_fault(directory.get()) : strerror(errno);
+    const char* fault =
+        directory.valid() ? find_fault(directory.get(), folder.is_chosen) : strerror(errno);
     *status = android::NO_ERROR;
     if (fault != nullptr) {
         *status = android::PERMISSION_DENIED;

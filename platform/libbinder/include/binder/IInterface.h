@@ -63,30 +63,31 @@ class BpInterface : public INTERFACE, public BpRefBase {
 #pragma GCC visibility pop
 
 #define DECLARE_META_INTERFACE(INTERFACE)                                                         \
-    static const ::android::String16 descriptor;                                                  \
+    static const ::android::String16& descriptor;                                                 \
     static ::android::sp<I##INTERFACE> asInterface(const ::android::sp<::android::IBinder>& obj); \
     virtual const ::android::String16& getInterfaceDescriptor() const;                            \
     I##INTERFACE();                                                                               \
     virtual ~I##INTERFACE();
 
-#define IMPLEMENT_META_INTERFACE(INTERFACE, NAME)                             \
-    const ::android::String16 I##INTERFACE::descriptor(NAME);                 \
-    const ::android::String16& I##INTERFACE::getInterfaceDescriptor() const { \
-        return I##INTERFACE::descriptor;                                      \
-    }                                                                         \
-    ::android::sp<I##INTERFACE> I##INTERFACE::asInterface(                    \
-        const ::android::sp<::android::IBinder>& obj) {                       \
-        ::android::sp<I##INTERFACE> intr;                                     \
-        if (obj != nullptr) {                                                 \
-            intr = static_cast<I##INTERFACE*>(                                \
-                obj->queryLocalInterface(I##INTERFACE::descriptor).get());    \
-            if (intr == nullptr) {                                            \
-                intr = new Bp##INTERFACE(obj);                                \
-            }                                                                 \
-        }                                                                     \
-        return intr;                                                          \
-    }                                                                         \
-    I##INTERFACE::I##INTERFACE() {}                                           \
+#define IMPLEMENT_META_INTERFACE(INTERFACE, NAME)                                            \
+    /* Never destroyed: the pool's threads may still serve calls while the process exits. */ \
+    const ::android::String16& I##INTERFACE::descriptor = *new ::android::String16(NAME);    \
+    const ::android::String16& I##INTERFACE::getInterfaceDescriptor() const {                \
+        return I##INTERFACE::descriptor;                                                     \
+    }                                                                                        \
+    ::android::sp<I##INTERFACE> I##INTERFACE::asInterface(                                   \
+        const ::android::sp<::android::IBinder>& obj) {                                      \
+        ::android::sp<I##INTERFACE> intr;                                                    \
+        if (obj != nullptr) {                                                                \
+            intr = static_cast<I##INTERFACE*>(                                               \
+                obj->queryLocalInterface(I##INTERFACE::descriptor).get());                   \
+            if (intr == nullptr) {                                                           \
+                intr = new Bp##INTERFACE(obj);                                               \
+            }                                                                                \
+        }                                                                                    \
+        return intr;                                                                         \
+    }                                                                                        \
+    I##INTERFACE::I##INTERFACE() {}                                                          \
     I##INTERFACE::~I##INTERFACE() {}
 
 // First thing in an onTransact: refuses a call that was not meant for this interface.
