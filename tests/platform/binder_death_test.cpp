@@ -88,6 +88,11 @@ TEST_F(BinderRemoteTest, DeathOfAThirdProcessIsPassedOn) {
     EXPECT_FALSE(there->isBinderAlive());
     EXPECT_TRUE(probe_->isBinderAlive());
     EXPECT_EQ(ask(there, kEcho, 1, "").status, android::DEAD_OBJECT);
+    // Who gets it only now is told as well.
+    const child_process third(probe_service, {"third"});
+    const sp<IBinder> late = find("third");
+    EXPECT_EQ(ask(late, kKeep, there).status, android::NO_ERROR);
+    EXPECT_EQ(ask(late, kWatch, there).status, android::DEAD_OBJECT);
 }
 
 // Objects, calls and one-way calls are in flight both ways when a process is killed.
