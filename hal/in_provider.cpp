@@ -22,7 +22,8 @@ int make_work_buffer(hal_stream_in* in, unsigned period_bytes) {
         HAL_LOGE("size is 0");
         return -1;
     }
-    if (period_bytes < in->config.period_size * resampler_channels(in) * card_sample_bytes) {
+    if (period_bytes <
+        size_t{in->config.period_size} * resampler_channels(in) * card_sample_bytes) {
         HAL_LOGE("%s: %u bytes do not hold a period of %u 16-bit frames", "rsrc_get_next_buffer",
                  period_bytes, in->config.period_size);
         return -1;

@@ -71,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     frame_reader reader;
     frame_reader::result result = frame_reader::result::need_more;
     for (size_t at = 1; at < size && result == frame_reader::result::need_more; at += piece) {
-        reader.feed(bytes + at, std::min(piece, size - at), std::move(descriptors));
+        reader.feed(bytes + at, std::min(piece, size - at), std::exchange(descriptors, {}));
         for (incoming_frame frame; (result = reader.next(&frame)) == frame_reader::result::frame;) {
             read_frame(frame);
         }

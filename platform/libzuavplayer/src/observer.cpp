@@ -1,8 +1,7 @@
 // IZuAvplayerObserver: proxy and stub. An event is sent without waiting: a client that hangs must
 // not hold up the service.
-#include <zuavplayer/IZuAvplayerObserver.h>
-
 #include <binder/Parcel.h>
+#include <zuavplayer/IZuAvplayerObserver.h>
 
 #include "argument_kinds.h"
 

@@ -1,7 +1,6 @@
 // IZuAvPlayerService: proxy and stub.
-#include <zuavplayer/IZuAvPlayerService.h>
-
 #include <binder/Parcel.h>
+#include <zuavplayer/IZuAvPlayerService.h>
 
 namespace android {
 
