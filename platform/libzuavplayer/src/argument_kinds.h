@@ -47,8 +47,9 @@ struct Value : Input {
     }
     static bool read(const Parcel& request, T* held) {
         int32_t word = 0;
-        if (request.readInt32(&word) != NO_ERROR)
+        if (request.readInt32(&word) != NO_ERROR) {
             return false;
+        }
         *held = static_cast<T>(word);
         return static_cast<int32_t>(*held) == word;
     }
@@ -71,6 +72,7 @@ struct Cookie : Input {
                static_cast<uintptr_t>(*held) == *held;  // a 64-bit client of a 32-bit service
     }
     static void* argument(uint64_t held) {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): nobody follows it here
         return reinterpret_cast<void*>(static_cast<uintptr_t>(held));
     }
 };
@@ -81,16 +83,20 @@ class Block {
     // The next block of `parcel`: its size or -1 for a null pointer, then its bytes.
     bool read(const Parcel& parcel) {
         int32_t size = 0;
-        if (parcel.readInt32(&size) != NO_ERROR || size < -1)
+        if (parcel.readInt32(&size) != NO_ERROR || size < -1) {
             return false;
-        if (size == -1)
+        }
+        if (size == -1) {
             return true;
-        if (static_cast<uint32_t>(size) > kZuAvPlayerMaxBlockBytes)
+        }
+        if (static_cast<uint32_t>(size) > kZuAvPlayerMaxBlockBytes) {
             return false;
+        }
         // One byte more than needed: an empty block is not a null pointer.
         bytes_.reset(new (std::nothrow) std::byte[static_cast<size_t>(size) + 1]);
-        if (bytes_ == nullptr)
+        if (bytes_ == nullptr) {
             return false;
+        }
         size_ = static_cast<uint32_t>(size);
         return parcel.read(bytes_.get(), size_) == NO_ERROR;
     }
@@ -142,12 +148,15 @@ struct Out {
     }
     static bool read_out(const Parcel& reply, void* bytes, uint32_t size) {
         Block block;
-        if (!block.read(reply) || (block.bytes() == nullptr) != (bytes == nullptr))
+        if (!block.read(reply) || (block.bytes() == nullptr) != (bytes == nullptr)) {
             return false;
-        if (bytes == nullptr)
+        }
+        if (bytes == nullptr) {
             return true;
-        if (block.size() != size)
+        }
+        if (block.size() != size) {
             return false;
+        }
         std::memcpy(bytes, block.bytes(), size);
         return true;
     }
@@ -163,8 +172,9 @@ struct Text : Input {
         Block::write(request, text, static_cast<uint32_t>(size));
     }
     static bool read(const Parcel& request, Block* held) {
-        if (!held->read(request))
+        if (!held->read(request)) {
             return false;
+        }
         return held->bytes() == nullptr ||
                (held->size() > 0 && strnlen(argument(*held), held->size()) == held->size() - 1);
     }
@@ -204,8 +214,9 @@ struct Object : Input {
     }
     static bool read(const Parcel& request, sp<I>* held) {
         sp<IBinder> binder;
-        if (request.readNullableStrongBinder(&binder) != NO_ERROR)
+        if (request.readNullableStrongBinder(&binder) != NO_ERROR) {
             return false;
+        }
         *held = interface_cast<I>(binder);
         return true;
     }

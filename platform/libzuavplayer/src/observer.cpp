@@ -39,10 +39,12 @@ IMPLEMENT_META_INTERFACE(ZuAvplayerObserver, "corvex.zuavplayer.IZuAvplayerObser
 
 status_t BnZuAvplayerObserver::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                           uint32_t flags) {
-    if (code != ON_MESSAGE)
+    if (code != ON_MESSAGE) {
         return BBinder::onTransact(code, data, reply, flags);
-    if (!data.checkInterface(this))
+    }
+    if (!data.checkInterface(this)) {
         return BAD_VALUE;
+    }
     int32_t msg = 0;
     int32_t source = 0;
     uint32_t len = 0;
@@ -51,8 +53,9 @@ status_t BnZuAvplayerObserver::onTransact(uint32_t code, const Parcel& data, Par
         data.readUint32(&len) != NO_ERROR || !block.read(data) || data.dataAvail() != 0) {
         return BAD_VALUE;
     }
-    if (block.bytes() != nullptr && block.size() != len)
+    if (block.bytes() != nullptr && block.size() != len) {
         return BAD_VALUE;
+    }
     onMessage(msg, block.bytes(), len, source);
     return NO_ERROR;
 }

@@ -33,11 +33,13 @@ struct Operation {
         for_each_argument([&](auto place) {
             kind_at<place>::write(&request, std::get<place>(all), length_of<place>(all));
         });
-        if (const status_t error = request.errorCheck(); error != NO_ERROR)
+        if (const status_t error = request.errorCheck(); error != NO_ERROR) {
             return error;
+        }
         const status_t sent = remote->transact(Code, request, &reply);
-        if (sent != NO_ERROR)
+        if (sent != NO_ERROR) {
             return sent;
+        }
         int32_t result = 0;
         bool complete = reply.readInt32(&result) == NO_ERROR;
         for_each_argument([&](auto place) {
@@ -55,8 +57,9 @@ struct Operation {
             complete = complete && kind_at<place>::read(request, &std::get<place>(held));
         });
         for_each_argument([&](auto place) { complete = complete && fits<place>(held); });
-        if (!complete || request.dataAvail() != 0)
+        if (!complete || request.dataAvail() != 0) {
             return BAD_VALUE;
+        }
         const int32_t result = std::apply(
             [player](auto&... value) { return (player->*Method)(Kinds::argument(value)...); },
             held);

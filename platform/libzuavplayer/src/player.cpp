@@ -180,10 +180,12 @@ int32_t IZuAvPlayer::Reserved43() {
 status_t BnZuAvPlayer::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                   uint32_t flags) {
     const PlayerOperations::Server serve = PlayerOperations::server(code);
-    if (serve == nullptr)
+    if (serve == nullptr) {
         return BBinder::onTransact(code, data, reply, flags);
-    if (!data.checkInterface(this))
+    }
+    if (!data.checkInterface(this)) {
         return BAD_VALUE;
+    }
     return serve(this, data, reply);
 }
 

@@ -31,10 +31,12 @@ IMPLEMENT_META_INTERFACE(ZuAvPlayerService, "corvex.zuavplayer.IZuAvPlayerServic
 
 status_t BnZuAvPlayerService::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                          uint32_t flags) {
-    if (code != GET_PLAYER)
+    if (code != GET_PLAYER) {
         return BBinder::onTransact(code, data, reply, flags);
-    if (!data.checkInterface(this) || data.dataAvail() != 0)
+    }
+    if (!data.checkInterface(this) || data.dataAvail() != 0) {
         return BAD_VALUE;
+    }
     return reply->writeStrongBinder(IInterface::asBinder(getPlayer()));
 }
 
