@@ -125,6 +125,11 @@ void run_daemon(const daemon_options& options) {
     // A second one kills, should anything hang.
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
     offered->retire();
+    if (context->output.has_lost_sound()) {
+        throw service_error(
+            "the output did not take all of the sound; see the lines above, and give it room or "
+            "choose another --device");
+    }
 }
 
 }  // namespace player_service

@@ -8,7 +8,7 @@ namespace player_service {
 
 enum exit_code : int {
     exit_success = 0,  // stopped by a signal, in order
-    exit_failure = 1,  // it could not start
+    exit_failure = 1,  // it could not start, or has lost sound
     exit_usage = 2,    // the command line is wrong
 };
 

@@ -24,7 +24,8 @@ struct fatal_line {
     const char* part;
     const char* meaning;
 };
-constexpr std::array<fatal_line, 3> fatal_lines = {{
+constexpr std::array<fatal_line, 4> fatal_lines = {{
+    {"failed (0xffffffe0)", "the player service has gone"},
     {"hdo_open failed", "the module could not set the player up"},
     {"ZUAVPLAYER_GetBuf failed", "the player takes no more data"},
     {"ZUAVPLAYER_PutBufEx failed", "the player did not take the data"},

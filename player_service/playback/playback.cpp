@@ -115,6 +115,7 @@ void playback::replace_failed_sink(const std::string& reason) {
     sink_failed_ = true;
     LOGE("player 0x%08x: %s; its sound is dropped until it is started again", setup_.player,
          reason.c_str());
+    setup_.output->note_lost_sound();
     setup_.on_error(android::ZU_ERR_NO_RESOURCE);
     sink_ = setup_.output->open_silent(sink_format_);
 }

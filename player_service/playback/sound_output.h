@@ -35,6 +35,10 @@ class sound_output {
     // One that drops the sound at the same pace.
     std::unique_ptr<audio_sink> open_silent(const audio_format& format) const;
 
+    // That a player's sound could not be put out, and whether that has ever happened. Any thread.
+    void note_lost_sound() { lost_sound_ = true; }
+    bool has_lost_sound() const { return lost_sound_; }
+
   private:
     std::unique_ptr<audio_sink> open_clock_sink(const audio_format& format,
                                                 std::unique_ptr<wav_lease> file) const;
@@ -42,6 +46,7 @@ class sound_output {
     const output_target target_;
     const bool real_pace_;
     std::atomic<uint32_t> latency_ms_{kDefaultLatencyMs};
+    std::atomic<bool> lost_sound_{false};
     wav_files wav_files_;
 };
 
