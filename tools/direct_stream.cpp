@@ -38,6 +38,19 @@ const char* format_name(audio_format_t format) {
     }
 }
 
+// The module does not tell when the player refuses a rate, and the sound would then be too fast or
+// too slow.
+void check_rate(const stream_source& source) {
+    constexpr uint32_t lowest_hz = 8000;
+    constexpr uint32_t highest_hz = 192000;
+    if (source.format() == AUDIO_FORMAT_PCM_16_BIT &&
+        (source.rate_hz() < lowest_hz || source.rate_hz() > highest_hz)) {
+        throw tool_error("the file has " + std::to_string(source.rate_hz()) +
+                         " Hz, and a player takes PCM of " + std::to_string(lowest_hz) + " to " +
+                         std::to_string(highest_hz) + " Hz; convert it to such a rate");
+    }
+}
+
 std::unique_ptr<hal_output_stream> open_stream(const hal_device& device,
                                                const stream_source& source, bool tunnel,
                                                const log_lines& log) {
@@ -120,6 +133,7 @@ class direct_stream_command : public command {
         const cut_sizes checked(cut_, 1);
         check_data_offset();
         stream_source source(file_, decode_);
+        check_rate(source);
         check_seeks(how.events, source);
         if (tunnel_) {
             how.framing = framing(source.channels());

@@ -57,7 +57,7 @@ TEST_P(SharedBlock, HoldsTheSameBytesOnBothSides) {
     create_player(handle_);
     EXPECT_EQ(journal(), (std::vector<std::string>{"Init", "SetShareMemory given",
                                                    "Create <61747472> given 4"}));
-    std::memcpy(block, "abc", 3);
+    std::copy_n("abc", 3, block);
     ZUAVPLAYER_PutBufEx(handle_, 9, 1, 4, 77);
     EXPECT_EQ(journal(), std::vector<std::string>{"PutBufEx 9 1 4 77 <61626300>"});
 
@@ -75,7 +75,7 @@ TEST_P(SharedBlock, IsMadeAnewAndClearByASecondInit) {
     ASSERT_NE(block, nullptr);
     EXPECT_EQ(block[0], 0);
     // The service goes on with the old one until the next player is made.
-    std::memcpy(block, "new", 3);
+    std::copy_n("new", 3, block);
     journal();
     ZUAVPLAYER_PutBufEx(handle_, 9, 1, 3, 0);
     EXPECT_EQ(journal(), std::vector<std::string>{"PutBufEx 9 1 3 0 <5a5a5a>"});
