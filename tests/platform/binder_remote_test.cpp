@@ -165,7 +165,7 @@ TEST_F(BinderRemoteTest, OnewayCallsOfOneObjectComeOneByOneAndInOrder) {
 }
 
 TEST_F(BinderRemoteTest, OnewayCallsToAStoppedProcessAreRefusedInTheEndAndNotLost) {
-    service_.send(SIGSTOP);
+    service_.pause();
     std::string bytes(60000, 'x');
     int sent = 0;
     while (tell(probe_, kNote, sent, bytes.c_str()) == android::NO_ERROR) {
@@ -182,7 +182,7 @@ TEST_F(BinderRemoteTest, CallWithoutAnswerTimesOutAndTheConnectionGoesOn) {
     setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "50", 1);
     EXPECT_EQ(ask(probe_, kBlock).status, android::TIMED_OUT);
     EXPECT_EQ(log_.count_containing("has not answered"), 1);
-    service_.send(SIGSTOP);
+    service_.pause();
     EXPECT_EQ(ask(probe_, kMakeObject).status, android::TIMED_OUT);
     service_.send(SIGCONT);
     setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "60000", 1);

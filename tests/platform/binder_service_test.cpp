@@ -205,7 +205,7 @@ TEST_F(BinderTest, ServiceIsReplacedByALaterOneWhereverThatLives) {
 
 TEST_F(BinderTest, StoppedServiceIsNotWaitedForForEver) {
     child_process service(probe_service, {"probe"});
-    service.send(SIGSTOP);
+    service.pause();
     EXPECT_EQ(find("probe"), nullptr);
     service.send(SIGCONT);
     EXPECT_TRUE(eventually([] { return find("probe") != nullptr; }));

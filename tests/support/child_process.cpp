@@ -65,6 +65,16 @@ child_process::~child_process() {
     end();
 }
 
+void child_process::pause() {
+    send(SIGSTOP);
+    int status = 0;
+    while (waitpid(pid_, &status, WUNTRACED) < 0 && errno == EINTR) {
+    }
+    if (!WIFSTOPPED(status)) {
+        give_up("a child ended instead of stopping");
+    }
+}
+
 int child_process::wait() {
     int status = 0;
     if (pid_ > 0) {

@@ -17,6 +17,8 @@ class child_process {
 
     pid_t pid() const { return pid_; }
     void send(int signal) const { kill(pid_, signal); }
+    // Stops all its threads (SIGSTOP), and waits until they are.
+    void pause();
     // Waits for the end: its wait status.
     int wait();
     // Kills it and waits for it.
