@@ -2,6 +2,7 @@
 #include <condition_variable>
 #include <cstdio>
 #include <fcntl.h>
+#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <spawn.h>
@@ -137,6 +138,19 @@ TEST_F(Daemon, PlaysWhatAnotherProcessSends) {
     ASSERT_EQ(client.stop_at_end(player), 0);
     EXPECT_TRUE(wav_contents("out.wav").samples == samples_of(frames));
     EXPECT_NE(contents("sync.csv"), "") << "its first line is there";
+}
+
+TEST_F(Daemon, EndsWithAnErrorWhenSoundWasLost) {
+    child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free"}));
+    std::filesystem::remove("out.wav");
+    std::filesystem::create_directory("out.wav");  // nothing can be written there any more
+    const test_client client(connect());
+    const uint32_t player = client.create_running(ZU_ADEC_AC3, 2, 48000);
+    client.feed(player, bytes_of(encode(codec::ac3, {2, 48000}, 5)));
+    ASSERT_EQ(client.stop_at_end(player), 0);
+    daemon.send(SIGTERM);
+    const int status = daemon.wait();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
 }
 
 TEST_F(Daemon, RefusesToStartBesideAnotherAndReplacesAKilledOne) {

@@ -325,6 +325,7 @@ TEST(DirectCommandLine, ErrorsAreOneLineAndStartNothing) {
     const scratch_dir dir;
     write_file("in.wav", wav16, 48000, 2, noise(2 * 48000));
     write_file("nine.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, 48000, 9, noise(90));
+    write_file("fast.wav", wav16, 192001, 1, noise(90));
     write_bytes("text.mkv", "these are no packets, whatever the name says\n");
     const struct {
         int exit_code;
@@ -347,6 +348,7 @@ TEST(DirectCommandLine, ErrorsAreOneLineAndStartNothing) {
         {1, {"tunnel", "http://host/file.ac3"}, "no file 'http"},
         {1, {"tunnel", "text.mkv"}, "'text.mkv' as media"},
         {1, {"tunnel", "nine.wav"}, "9 channels"},
+        {1, {"tunnel", "fast.wav"}, "192001 Hz"},
         {1, {"tunnel", "in.wav", "-d", "in.wav"}, "is the file to be played"},
         {1, {"tunnel", "in.wav", "-d", "none", "--service-log", "no/log"}, "no/log"},
     };
