@@ -17,6 +17,7 @@
 #include <string.h>
 #include <string>
 #include <tinyxml2.h>
+#include <tuple>
 #include <vector>
 
 #include <binder/IServiceManager.h>
@@ -139,16 +140,17 @@ std::vector<mix_port> read_mix_ports(const element& module) {
     return ports;
 }
 
-// What the reference player answers to the last format that it was set to.
-int32_t decoder_answer = 0;
+// Channels and rate that the player was last set to, and what the reference player answers to that.
+std::tuple<uint32_t, uint32_t, int32_t> decoder_set;
 
 class judge : public player_service::client {
   public:
     using client::client;
     int32_t SetAdecAttr(uint32_t player, uint32_t type, uint16_t channels, uint32_t rate_hz,
                         int bits) override {
-        decoder_answer = client::SetAdecAttr(player, type, channels, rate_hz, bits);
-        return decoder_answer;
+        const int32_t answer = client::SetAdecAttr(player, type, channels, rate_hz, bits);
+        decoder_set = {channels, rate_hz, answer};
+        return answer;
     }
 };
 
@@ -217,14 +219,15 @@ class Policy : public testing::Test {
         struct audio_config copy = config;
         struct audio_stream_out* out = nullptr;
         log.clear();
-        decoder_answer = -1;
+        decoder_set = {};
         if (device->open_output_stream(device, 1, AUDIO_DEVICE_OUT_SPEAKER,
                                        static_cast<audio_output_flags_t>(flags), &copy, &out,
                                        "") != 0) {
             return false;
         }
         module_names[config.channel_mask] = channel_names(out->common);
-        const std::string data = audio(64 * audio_channel_count_from_out_mask(config.channel_mask));
+        const uint32_t channels = audio_channel_count_from_out_mask(config.channel_mask);
+        const std::string data = audio(64 * channels);
         out->write(out, data.data(), data.size());
         out->common.standby(&out->common);
         device->close_output_stream(device, out);
@@ -232,11 +235,11 @@ class Policy : public testing::Test {
             return false;
         }
         if ((flags & AUDIO_OUTPUT_FLAG_DIRECT) != 0) {
-            return decoder_answer == 0;
+            return decoder_set == std::make_tuple(channels, config.sample_rate, 0);
         }
         const wav_contents heard(card);
         return audio_bytes_per_sample(config.format) == sizeof(int16_t) &&
-               heard.format.rate_hz == config.sample_rate &&
+               heard.format.rate_hz == config.sample_rate && heard.format.channels == channels &&
                heard.samples.size() * sizeof(int16_t) == data.size() &&
                memcmp(heard.samples.data(), data.data(), data.size()) == 0;
     }
