@@ -6,7 +6,6 @@
 // which has to take the format. The service here is the reference service, in this process.
 
 #include <algorithm>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <map>
@@ -38,23 +37,20 @@ namespace {
 // The names of the platform's headers that begin so, with their values: no candidate is forgotten.
 std::map<std::string, uint32_t> platform_names(const std::string& prefix) {
     std::map<std::string, uint32_t> all;
-    const std::regex line(R"(^\s*(AUDIO_\w+)\s*=\s*([^,]+),)");
-    const auto number = [](const std::string& text) {
-        return static_cast<uint32_t>(strtoul(text.c_str(), nullptr, 0));
-    };
+    const std::regex enumerator(R"(\b(AUDIO_\w+)\s*=\s*([^,}]+))");
     for (const char* header : {"audio-masks.h", "audio-base.h"}) {
-        std::ifstream file(std::string(CORVEX_SYSTEM_HEADERS "/") + header);
-        std::smatch match;
-        for (std::string text; std::getline(file, text);) {
-            if (std::regex_search(text, match, line)) {
-                uint32_t value = 0;  // a number, or names that went before, joined by "|"
-                std::istringstream parts(match[2]);
-                for (std::string part; parts >> part;) {
-                    const auto name = all.find(part);
-                    value |= name != all.end() ? name->second : number(part);
-                }
-                all[match[1]] = value;
+        const std::string text = contents(std::string(CORVEX_SYSTEM_HEADERS "/") + header);
+        for (std::sregex_iterator each(text.begin(), text.end(), enumerator), end; each != end;
+             ++each) {
+            uint32_t value = 0;  // a number, or names that went before, joined by "|"
+            std::istringstream parts((*each)[2]);
+            for (std::string part; parts >> part;) {
+                const auto name = all.find(part);
+                value |= name != all.end()
+                             ? name->second
+                             : static_cast<uint32_t>(strtoul(part.c_str(), nullptr, 0));
             }
+            all[(*each)[1]] = value;
         }
     }
     std::map<std::string, uint32_t> found;
