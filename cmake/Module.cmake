@@ -83,3 +83,5 @@ set_target_properties(audio_primary_corvex PROPERTIES
   BUILD_WITH_INSTALL_RPATH ON
   INSTALL_RPATH "$ORIGIN/..;${ANDROID_LIBRARY_DIR}")
 install(TARGETS audio_primary_corvex LIBRARY DESTINATION ${CORVEX_LIB_DIR}/hw)
+install(FILES ${PROJECT_SOURCE_DIR}/integration/audio_policy_configuration.xml
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/corvex)
