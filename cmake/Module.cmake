@@ -50,17 +50,22 @@ set(CORVEX_MODULE_SOURCES
   player_client/player_functions.cpp)
 list(TRANSFORM CORVEX_MODULE_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
 
-# corvex_module_objects(TARGET CAPTURE_DIR): the module's objects with their capture files in
-# CAPTURE_DIR, for a module or to be linked into a test.
-function(corvex_module_objects target capture_dir)
+# corvex_module_objects(TARGET CAPTURE_DIR TINYALSA): the module's objects with their capture files in
+# CAPTURE_DIR and compiled against TINYALSA, for a module or to be linked into a test.
+function(corvex_module_objects target capture_dir tinyalsa)
   add_library(${target} OBJECT ${CORVEX_MODULE_SOURCES})
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   target_compile_definitions(${target} PUBLIC "CORVEX_CAPTURE_DIR=\"${capture_dir}\"")
   target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
   target_link_libraries(${target} PRIVATE corvex::warnings
     PUBLIC corvex::hardware_headers corvex::cutils corvex::annexk corvex::audioutils corvex::nano
-      corvex::tinyalsa corvex::zuavplayer corvex::binder android::log android::cutils
+      ${tinyalsa} corvex::zuavplayer corvex::binder android::log android::cutils
       android::utils)
+  if(NOT tinyalsa STREQUAL corvex::tinyalsa)
+    set(callers ${CORVEX_DEPRECATED_CALLERS})
+    list(TRANSFORM callers PREPEND ${PROJECT_SOURCE_DIR}/)
+    set_source_files_properties(${callers} PROPERTIES COMPILE_OPTIONS -Wno-deprecated-declarations)
+  endif()
 endfunction()
 
 # corvex_module(TARGET OBJECTS): audio.primary.corvex.so from such objects, every platform library
@@ -76,12 +81,12 @@ function(corvex_module target objects)
     PREFIX "" OUTPUT_NAME audio.primary.corvex LINK_DEPENDS ${map})
 endfunction()
 
-corvex_module_objects(corvex_module_objects ${CORVEX_CAPTURE_DIR})
+corvex_module_objects(corvex_module_objects ${CORVEX_CAPTURE_DIR} ${CORVEX_USED_TINYALSA})
 corvex_module(audio_primary_corvex corvex_module_objects)
 set_target_properties(audio_primary_corvex PROPERTIES
   LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/hw
   BUILD_WITH_INSTALL_RPATH ON
-  INSTALL_RPATH "$ORIGIN/..;${ANDROID_LIBRARY_DIR}")
+  INSTALL_RPATH "$ORIGIN/..;${ANDROID_LIBRARY_DIR};${CORVEX_TINYALSA_RUN_PATH}")
 install(TARGETS audio_primary_corvex LIBRARY DESTINATION ${CORVEX_LIB_DIR}/hw)
 install(FILES ${PROJECT_SOURCE_DIR}/integration/audio_policy_configuration.xml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/corvex)

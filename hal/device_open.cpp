@@ -24,6 +24,9 @@ hal_mutex adev_init_lock = {PTHREAD_MUTEX_INITIALIZER};
 uint32_t adev_init_count = 0;  // written under adev_init_lock, read by adev_init_check without it
 hal_device* adev_instance HAL_GUARDED_BY(adev_init_lock) = nullptr;
 
+// Later releases add operations at the end, which stay null.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 constexpr struct audio_hw_device device_operations = {
     .common =
         {
@@ -57,6 +60,7 @@ constexpr struct audio_hw_device device_operations = {
     .get_audio_port = nullptr,
     .set_audio_port_config = nullptr,
 };
+#pragma GCC diagnostic pop
 
 // The record with its operations and initial values; null when memory is short.
 hal_device* create_device(const struct hw_module_t* module) {

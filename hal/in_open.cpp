@@ -27,7 +27,9 @@ constexpr uint32_t rates_hz[] = {8000, 11025, 12000, 16000, 22050, 24000, 32000,
 // The platform's default.
 constexpr uint32_t resampler_quality = 4;
 
-// The operations of every input stream.
+// The operations of every input stream. Later releases add some at the end, which stay null.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 constexpr struct audio_stream_in in_operations = {
     .common =
         {
@@ -57,6 +59,7 @@ constexpr struct audio_stream_in in_operations = {
     .get_active_microphones = nullptr,  // the device describes its one microphone
     .update_sink_metadata = nullptr,    // who listens makes no difference here
 };
+#pragma GCC diagnostic pop
 
 // 0, or -EINVAL for what no stream can be opened with; the first fault is the one that is logged.
 int check_request(const struct audio_config& request, uint32_t channels) {

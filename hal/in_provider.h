@@ -2,6 +2,8 @@
 // work buffer. Called by the resampler only, inside a read and under its lock.
 #pragma once
 
+#include <stddef.h>  // for audio_utils/resampler.h, which uses size_t without it
+
 #include <audio_utils/resampler.h>
 
 // Stores where the next frames of the current period are and how many: as many as the buffer asks

@@ -21,7 +21,9 @@ constexpr const char* log_tag = "audio_hal";
 
 constexpr uint32_t default_rate_hz = 48000;
 
-// The operations of every output stream.
+// The operations of every output stream. Later releases add some at the end, which stay null.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 constexpr struct audio_stream_out out_operations = {
     .common =
         {
@@ -57,6 +59,7 @@ constexpr struct audio_stream_out out_operations = {
     .get_mmap_position = nullptr,
     .update_source_metadata = nullptr,  // what plays makes no difference here
 };
+#pragma GCC diagnostic pop
 
 out_usecase usecase_for(audio_output_flags_t flags) {
     if ((flags & AUDIO_OUTPUT_FLAG_DIRECT) == 0) {

@@ -7,7 +7,9 @@
 
 struct pcm* open_card(uint32_t card, uint32_t device, unsigned flags,
                       const struct pcm_config& config, const char* log_tag) {
-    struct pcm* const pcm = pcm_open(card, device, flags, &config);
+    // A copy, because some releases of the library take the configuration without const.
+    struct pcm_config wanted = config;
+    struct pcm* const pcm = pcm_open(card, device, flags, &wanted);
     if (pcm != nullptr && pcm_is_ready(pcm)) {
         return pcm;
     }

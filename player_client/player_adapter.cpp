@@ -14,6 +14,17 @@ namespace {
 
 constexpr const char* log_tag = "ZUAVPLAYER_ADP";
 
+// The address of a block. Later releases of binder make pointer() private and offer it as
+// unsecurePointer(), because the other side may change the bytes at any time.
+template <typename Memory>
+auto address_of(const Memory& memory, int /*preferred*/) -> decltype(memory.unsecurePointer()) {
+    return memory.unsecurePointer();
+}
+template <typename Memory>
+auto address_of(const Memory& memory, long /*otherwise*/) -> decltype(memory.pointer()) {
+    return memory.pointer();
+}
+
 }  // namespace
 
 namespace android {
@@ -63,7 +74,7 @@ int32_t ZuAvPlayerAdp::AllocShareMem() {
         return -1;
     }
     mShareMemory = new (std::nothrow) MemoryBase(mMemHeap, 0, kBlockBytes);
-    void* block = mShareMemory != nullptr ? mShareMemory->pointer() : nullptr;
+    void* block = mShareMemory != nullptr ? address_of(*mShareMemory, 0) : nullptr;
     if (block == nullptr) {
         return -1;
     }
@@ -95,7 +106,7 @@ void* ZuAvPlayerAdp::GetCblk() {
     if (!connected(__func__) || mShareMemory == nullptr) {
         return nullptr;
     }
-    return mShareMemory->pointer();
+    return address_of(*mShareMemory, 0);
 }
 
 int32_t ZuAvPlayerAdp::Create(const void* attributes, uint32_t* player, uint32_t length) {

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>  // for binder's headers, which do not all include it
 
 #include <binder/IMemory.h>
 #include <binder/MemoryHeapBase.h>

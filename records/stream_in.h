@@ -2,7 +2,7 @@
 // framework, the voice-input library, the stream's back end and its resampler in between.
 #pragma once
 
-#include <stddef.h>
+#include <stddef.h>  // for audio_utils/resampler.h, which uses size_t without it
 #include <stdint.h>
 #include <type_traits>
 

@@ -8,6 +8,7 @@
 #include "tools/interrupt.h"
 #include "tools/level_meter.h"
 #include "tools/log_lines.h"
+#include "tools/own_tinyalsa.h"
 #include "tools/round_trip.h"
 #include "tools/sink_device.h"
 #include "tools/source_device.h"
@@ -50,6 +51,8 @@ class loop_command : public command {
         round_trip_report report;
         {
             const hal_module module(options.module_path);
+            require_tinyalsa_for(module, sink);
+            require_tinyalsa_for(module, source);
             const hal_device device(module);
             log.forget();
             const problems_until_device_closes quiet_close(log);

@@ -9,6 +9,7 @@
 #include "tools/command.h"
 #include "tools/interrupt.h"
 #include "tools/log_lines.h"
+#include "tools/own_tinyalsa.h"
 #include "tools/playback.h"
 #include "tools/progress.h"
 #include "tools/sink_device.h"
@@ -89,6 +90,7 @@ class play_command : public command {
         uint64_t file_frames_read = 0;
         {
             const hal_module module(options.module_path);
+            require_tinyalsa_for(module, sink);
             const hal_device device(module);
             log.forget();
             const problems_until_device_closes quiet_close(log);

@@ -10,6 +10,7 @@
 #include "tools/interrupt.h"
 #include "tools/log_lines.h"
 #include "tools/output_file.h"
+#include "tools/own_tinyalsa.h"
 #include "tools/recording.h"
 #include "tools/source_device.h"
 #include "tools/tool_error.h"
@@ -77,6 +78,7 @@ class record_command : public command {
         recording_report report;
         {
             const hal_module module(options.module_path);
+            require_tinyalsa_for(module, source);
             const hal_device device(module);
             log.forget();
             const problems_until_device_closes quiet_close(log);

@@ -58,7 +58,7 @@ pcm_target find_target(unsigned card, unsigned device, bool capture, const pcm_b
     pcm_target target = {};
     target.card = card;
     target.device = device;
-    target.variable = capture ? "CORVEX_ALSA_CAPTURE" : "CORVEX_ALSA_PLAYBACK";
+    target.variable = pcm_target_variables[capture ? 1 : 0];
     const char* name = std::getenv(target.variable);
     target.from_variable = name != nullptr && *name != '\0';
     backend = &kAlsaBackend;
@@ -95,6 +95,8 @@ void open_handle(pcm& handle, unsigned card, unsigned device, const pcm_config* 
 }  // namespace
 
 }  // namespace tinyalsa
+
+const char* const pcm_target_variables[2] = {"CORVEX_ALSA_PLAYBACK", "CORVEX_ALSA_CAPTURE"};
 
 pcm* pcm_open(unsigned card, unsigned device, unsigned flags, const pcm_config* config) {
     try {

@@ -113,7 +113,7 @@ TEST_F(DeviceControls, DescribeOneMicrophoneWhereThereIsRoom) {
     EXPECT_EQ(mics[0].device, AUDIO_DEVICE_IN_BUILTIN_MIC);
     EXPECT_EQ(mics[0].channel_mapping[0], AUDIO_MICROPHONE_CHANNEL_MAPPING_DIRECT);
     EXPECT_EQ(mics[0].channel_mapping[1], AUDIO_MICROPHONE_CHANNEL_MAPPING_UNUSED);
-    EXPECT_EQ(mics[0].group, UINT_MAX);
+    EXPECT_EQ(mics[0].group, -1);
     EXPECT_EQ(mics[0].sensitivity, -FLT_MAX);
     EXPECT_EQ(mics[0].geometric_location.z, -FLT_MAX);
     EXPECT_EQ(mics[0].num_frequency_responses, 0U);

@@ -98,8 +98,8 @@ TEST_F(LoadedModule, PlaysBitForBitIntoTheSinkAndTheCaptureFile) {
 }
 
 TEST_F(LoadedModule, IsFoundByItsClassAndKeepsItsCaptureFilesInMnt) {
-    setenv("CORVEX_MODULE_PATH", std::filesystem::path(CORVEX_MODULE_FILE).parent_path().c_str(),
-           1);
+    setenv("CORVEX_MODULE_PATH",
+           std::filesystem::path(CORVEX_WAV_MODULE_FILE).parent_path().c_str(), 1);
     const struct hw_module_t* module = nullptr;
     ASSERT_EQ(hw_get_module_by_class("audio", "primary", &module), 0) << hw_module_error();
     EXPECT_STREQ(module->name, "Zu audio HAL");

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <memory>
 
+#include "tests/support/parameter_of.h"
+
 namespace {
 
 std::unique_ptr<fake_tinyalsa> current;
@@ -44,7 +46,7 @@ bool check_open(const struct pcm* pcm) {
 extern "C" {
 
 struct pcm* pcm_open(unsigned card, unsigned device, unsigned flags,
-                     const struct pcm_config* config) {
+                     parameter_of<&pcm_open, 3> config) {
     fake_tinyalsa& fake = tinyalsa();
     if (fake.in_open) {
         fake.in_open();
@@ -75,11 +77,11 @@ int pcm_close(struct pcm* pcm) {
     return 0;
 }
 
-int pcm_is_ready(const struct pcm* pcm) {
+int pcm_is_ready(parameter_of<&pcm_is_ready, 0> pcm) {
     return check_open(pcm) && pcm->ready ? 1 : 0;
 }
 
-const char* pcm_get_error(const struct pcm* pcm) {
+const char* pcm_get_error(parameter_of<&pcm_get_error, 0> pcm) {
     check_open(pcm);
     return pcm->error.c_str();
 }
@@ -119,7 +121,7 @@ int pcm_read(struct pcm* pcm, void* data, unsigned bytes) {
     return 0;
 }
 
-unsigned pcm_frames_to_bytes(const struct pcm* pcm, unsigned frames) {
+unsigned pcm_frames_to_bytes(parameter_of<&pcm_frames_to_bytes, 0> pcm, unsigned frames) {
     check_open(pcm);
     return tinyalsa().read_nothing ? 0 : frames * pcm->frame_bytes;
 }

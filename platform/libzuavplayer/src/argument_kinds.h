@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>  // for binder/Parcel.h, which does not always include it
 #include <memory>
 #include <new>
 

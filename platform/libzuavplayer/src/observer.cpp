@@ -1,5 +1,8 @@
 // IZuAvplayerObserver: proxy and stub. An event is sent without waiting: a client that hangs must
 // not hold up the service.
+#include <limits>  // these two for binder/Parcel.h, which does not always include them
+#include <memory>
+
 #include <binder/Parcel.h>
 #include <zuavplayer/IZuAvplayerObserver.h>
 

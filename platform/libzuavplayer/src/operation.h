@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>  // for binder/Parcel.h, which does not always include it
 #include <tuple>
 #include <type_traits>
 #include <utility>

@@ -1,4 +1,7 @@
 // IZuAvPlayerService: proxy and stub.
+#include <limits>  // these two for binder/Parcel.h, which does not always include them
+#include <memory>
+
 #include <binder/Parcel.h>
 #include <zuavplayer/IZuAvPlayerService.h>
 

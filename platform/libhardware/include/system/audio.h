@@ -23,6 +23,7 @@ typedef int audio_io_handle_t;
 typedef int audio_module_handle_t;
 typedef int audio_port_handle_t;
 typedef int audio_patch_handle_t;
+typedef int audio_microphone_group_t;
 
 /* Handles that name nothing. */
 enum {
@@ -236,7 +237,7 @@ struct audio_microphone_characteristic_t {
     char address[AUDIO_DEVICE_MAX_ADDRESS_LEN];
     audio_microphone_channel_mapping_t channel_mapping[AUDIO_CHANNEL_COUNT_MAX];
     audio_microphone_location_t location;
-    unsigned int group;
+    audio_microphone_group_t group;
     unsigned int index_in_the_group;
     float sensitivity; /* dB full scale at 94 dB SPL, 1 kHz */
     float max_spl;     /* dB */

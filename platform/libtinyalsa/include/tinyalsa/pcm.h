@@ -31,6 +31,9 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
+/* The names of the first two, playback first. No other tinyalsa has this, which tells it apart. */
+extern const char* const pcm_target_variables[2];
+
 /* Flags of pcm_open(). */
 #define PCM_OUT 0x00000000
 #define PCM_IN 0x10000000

@@ -1,6 +1,8 @@
 // The media player service, found with the service manager under the name "zuavplayer".
 #pragma once
 
+#include <memory>  // for binder's headers, which do not all include it
+
 #include <binder/Binder.h>
 #include <binder/IInterface.h>
 #include <zuavplayer/IZuAvPlayer.h>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>  // for binder's headers, which do not all include it
 
 #include <binder/Binder.h>
 #include <binder/IInterface.h>
