@@ -27,7 +27,7 @@ void describe_microphone(struct audio_microphone_characteristic_t* mic) {
     mic->device = AUDIO_DEVICE_IN_BUILTIN_MIC;
     mic->channel_mapping[0] = AUDIO_MICROPHONE_CHANNEL_MAPPING_DIRECT;
     mic->location = AUDIO_MICROPHONE_LOCATION_UNKNOWN;
-    mic->group = unknown_number;
+    mic->group = static_cast<decltype(mic->group)>(unknown_number);  // signed: the same bits
     mic->index_in_the_group = unknown_number;
     mic->sensitivity = unknown_value;
     mic->max_spl = unknown_value;
