@@ -154,9 +154,9 @@ typedef struct {
     uint32_t bit_width;
     uint32_t offload_buffer_size; /* bytes */
     audio_usage_t usage;
-} __attribute__((aligned(8))) audio_offload_info_t;
+} __attribute__((aligned(8))) audio_offload_info_t; /* aligned alike on every processor */
 
-struct __attribute__((aligned(8))) audio_config {
+struct audio_config {
     uint32_t sample_rate;
     audio_channel_mask_t channel_mask;
     audio_format_t format;
