@@ -111,7 +111,7 @@ static inline char* audio_device_address_to_parameter(audio_devices_t device, co
     const char* const key = (device & AUDIO_DEVICE_OUT_ALL_A2DP) != 0        ? "a2dp_sink_address="
                             : (device & AUDIO_DEVICE_OUT_REMOTE_SUBMIX) != 0 ? "mix="
                                                                              : "";
-    snprintf(parameter, sizeof(parameter), "%s%s", key, address != NULL ? address : "");
+    snprintf(parameter, sizeof(parameter), "%s%s", key, address ? address : "");
     return __builtin_strdup(parameter); /* strict C11 hides the function's own name */
 }
 

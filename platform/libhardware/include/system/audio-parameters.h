@@ -46,8 +46,7 @@
 #define AUDIO_OFFLOAD_CODEC_ENCODE_OPTION "music_offload_encode_option"
 #define AUDIO_OFFLOAD_CODEC_NUM_CHANNEL "music_offload_num_channels"
 #define AUDIO_OFFLOAD_CODEC_DOWN_SAMPLING "music_offload_down_sampling"
-#define AUDIO_OFFLOAD_CODEC_DELAY_SAMPLES "delay_samples" /* encoder delay, to skip at the start \
-                                                           */
+#define AUDIO_OFFLOAD_CODEC_DELAY_SAMPLES "delay_samples"     /* to skip at the start */
 #define AUDIO_OFFLOAD_CODEC_PADDING_SAMPLES "padding_samples" /* to skip at the end */
 
 #endif
