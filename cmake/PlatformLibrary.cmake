@@ -2,7 +2,7 @@
 #
 # A stand-in for a device's shared library: lib<NAME>.so with the device's file name as its soname,
 # so that the real library or a test's fake takes its place without a rebuild. Its public headers
-# are in include/ beside the caller. The target is corvex::<NAME>.
+# are in include/ beside the caller and are installed with it. The target is corvex::<NAME>.
 
 function(corvex_platform_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;PRIVATE_LINK")
@@ -18,4 +18,6 @@ function(corvex_platform_library name)
     BUILD_WITH_INSTALL_RPATH ON
     INSTALL_RPATH "$ORIGIN;${ANDROID_LIBRARY_DIR}")
   install(TARGETS corvex_${name} LIBRARY DESTINATION ${CORVEX_LIB_DIR})
+  install(DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/include/ DESTINATION ${CORVEX_INCLUDE_DIR}
+    FILES_MATCHING PATTERN "*.h")
 endfunction()

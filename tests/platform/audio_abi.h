@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <string_view>
+#include <type_traits>
 
 #include <audio_utils/resampler.h>
 #include <hardware/audio.h>
@@ -16,6 +18,12 @@ void abi_differs(const char* name);  // Defined nowhere, so a call of it is no c
 
 constexpr bool abi_is(const char* name, size_t is, size_t must_be) {
     return is == must_be || (abi_differs(name), false);
+}
+constexpr std::string_view abi_value(const char* text) {
+    return text;
+}
+constexpr float abi_value(float number) {
+    return number;
 }
 constexpr bool abi_all(std::initializer_list<bool>) {
     return true;  // the first one that is not has ended the compilation
@@ -49,19 +57,20 @@ constexpr bool abi_table(size_t first, size_t end, std::initializer_list<abi_slo
         return abi_table((first), sizeof(type), {__VA_ARGS__}); \
     }())
 #define IS(name, value) abi_is(#name, static_cast<uint32_t>(name), (value))
+#define EQUAL(name, value) abi_is(#name, abi_value(name) == abi_value(value), true)
 #define CONSTANTS(...) static_assert(abi_all({__VA_ARGS__}))
+// Functions of exactly this type.
+#define FUNCTIONS(type, ...) \
+    static_assert(std::initializer_list<std::add_pointer_t<type>>{__VA_ARGS__}.size() != 0)
 
-#if defined(__LP64__)
-LAYOUT(hw_module_t, 248, AT(tag, 0, 4), AT(module_api_version, 4, 2), AT(hal_api_version, 6, 2),
-       AT(id, 8, 8), AT(name, 16, 8), AT(author, 24, 8), AT(methods, 32, 8), AT(dso, 40, 8),
-       AT(reserved, 48, 200));
-LAYOUT(hw_module_methods_t, 8, );
-LAYOUT(hw_device_t, 120, AT(tag, 0, 4), AT(version, 4, 4), AT(module, 8, 8), AT(reserved, 16, 96),
-       AT(close, 112, 8));
-LAYOUT(audio_stream, 112, );
-LAYOUT(audio_stream_out, 240, AT(common, 0, 112));
-LAYOUT(audio_stream_in, 192, AT(common, 0, 112));
-LAYOUT(audio_hw_device, 304, AT(common, 0, 120));
+constexpr size_t word = sizeof(void*);
+LAYOUT(hw_module_t, 8 + 30 * word, AT(tag, 0, 4), AT(module_api_version, 4, 2),
+       AT(hal_api_version, 6, 2), AT(id, 8, word), AT(name, 8 + word, word),
+       AT(author, 8 + 2 * word, word), AT(methods, 8 + 3 * word, word), AT(dso, 8 + 4 * word, word),
+       AT(reserved, 8 + 5 * word, 25 * word));
+LAYOUT(hw_device_t, 8 + 14 * word, AT(tag, 0, 4), AT(version, 4, 4), AT(module, 8, word),
+       AT(reserved, 8 + word, 12 * word), AT(close, 8 + 13 * word, word));
+LAYOUT(audio_module, sizeof(hw_module_t), AT(common, 0, sizeof(hw_module_t)));
 LAYOUT(audio_config, 72, AT(sample_rate, 0, 4), AT(channel_mask, 4, 4), AT(format, 8, 4),
        AT(offload_info, 16, 48), AT(frame_count, 64, 4));
 LAYOUT(audio_offload_info_t, 48, AT(version, 0, 2), AT(size, 2, 2), AT(sample_rate, 4, 4),
@@ -75,18 +84,15 @@ LAYOUT(audio_microphone_characteristic_t, 2296, AT(device_id, 0, 32), AT(id, 32,
        AT(num_frequency_responses, 220, 4), AT(frequency_responses, 224, 2048),
        AT(geometric_location, 2272, 12), AT(orientation, 2284, 12));
 LAYOUT(audio_microphone_coordinate, 12, AT(x, 0, 4), AT(y, 4, 4), AT(z, 8, 4));
-#else
-LAYOUT(hw_module_t, 8 + 5 * sizeof(void*) + 25 * sizeof(uint32_t), );
-LAYOUT(hw_device_t, 8 + 2 * sizeof(void*) + 12 * sizeof(uint32_t), );
-LAYOUT(audio_offload_info_t, 48, );
-LAYOUT(audio_microphone_characteristic_t, 2296, );
-#endif
+LAYOUT(audio_config_base, 12, AT(sample_rate, 0, 4), AT(channel_mask, 4, 4), AT(format, 8, 4));
+LAYOUT(audio_patch, 6796, AT(id, 0, 4), AT(num_sources, 4, 4), AT(sources, 8, 16 * 212),
+       AT(num_sinks, 3400, 4), AT(sinks, 3404, 16 * 212));
 
 SLOTS(resampler_buffer_provider, 0, SLOT(get_next_buffer), SLOT(release_buffer));
 SLOTS(resampler_itfe, 0, SLOT(reset), SLOT(resample_from_provider), SLOT(resample_from_input),
       SLOT(delay_ns));
-LAYOUT(resampler_buffer, 2 * sizeof(void*), AT(raw, 0, sizeof(void*)), AT(i16, 0, sizeof(void*)),
-       AT(i8, 0, sizeof(void*)), AT(frame_count, sizeof(void*), sizeof(size_t)));
+LAYOUT(resampler_buffer, 2 * word, AT(raw, 0, word), AT(i16, 0, word), AT(i8, 0, word),
+       AT(frame_count, word, sizeof(size_t)));
 SLOTS(hw_module_methods_t, 0, SLOT(open));
 SLOTS(audio_stream, 0, SLOT(get_sample_rate), SLOT(set_sample_rate), SLOT(get_buffer_size),
       SLOT(get_channels), SLOT(get_format), SLOT(set_format), SLOT(standby), SLOT(dump),
@@ -156,3 +162,88 @@ CONSTANTS(IS(AUDIO_MICROPHONE_ID_MAX_LEN, 0x20),
           IS(AUDIO_MICROPHONE_DIRECTIONALITY_OMNI, 0x1),
           IS(AUDIO_MICROPHONE_CHANNEL_MAPPING_UNUSED, 0x0),
           IS(AUDIO_MICROPHONE_CHANNEL_MAPPING_DIRECT, 0x1));
+CONSTANTS(IS(AUDIO_UID_INVALID, 0xFFFFFFFF), IS(AUDIO_ATTRIBUTES_TAGS_MAX_SIZE, 256),
+          IS(AUDIO_UNIQUE_ID_ALLOCATE, AUDIO_SESSION_ALLOCATE),
+          IS(AUDIO_CHANNEL_REPRESENTATION_LOG2, 2),
+          IS(AUDIO_DEVICE_OUT_STUB, AUDIO_DEVICE_OUT_DEFAULT),
+          IS(AUDIO_DEVICE_IN_STUB, AUDIO_DEVICE_IN_DEFAULT), IS(AUDIO_PATCH_PORTS_MAX, 16),
+          IS(AUDIO_HW_SYNC_INVALID, 0), IS(AUDIO_MICROPHONE_MAX_COUNT, 32),
+          IS(FLOAT_NOMINAL_RANGE_HEADROOM * 1e6, 1412538),
+          EQUAL(AUDIO_MICROPHONE_SPL_UNKNOWN, -FLT_MAX),
+          EQUAL(AUDIO_MICROPHONE_SENSITIVITY_UNKNOWN, -FLT_MAX),
+          EQUAL(AUDIO_MICROPHONE_COORDINATE_UNKNOWN, -FLT_MAX));
+CONSTANTS(EQUAL(AUDIO_PARAMETER_VALUE_TTY_OFF, "tty_off"),
+          EQUAL(AUDIO_PARAMETER_VALUE_TTY_VCO, "tty_vco"),
+          EQUAL(AUDIO_PARAMETER_VALUE_TTY_HCO, "tty_hco"),
+          EQUAL(AUDIO_PARAMETER_VALUE_TTY_FULL, "tty_full"),
+          EQUAL(AUDIO_PARAMETER_VALUE_HAC_ON, "ON"), EQUAL(AUDIO_PARAMETER_VALUE_HAC_OFF, "OFF"),
+          EQUAL(AUDIO_PARAMETER_A2DP_SINK_ADDRESS, "a2dp_sink_address"),
+          EQUAL(AUDIO_PARAMETER_A2DP_SOURCE_ADDRESS, "a2dp_source_address"),
+          EQUAL(AUDIO_PARAMETER_KEY_BT_SCO_HEADSET_NAME, "bt_headset_name"),
+          EQUAL(AUDIO_PARAMETER_KEY_HFP_ENABLE, "hfp_enable"),
+          EQUAL(AUDIO_PARAMETER_KEY_HFP_SET_SAMPLING_RATE, "hfp_set_sampling_rate"),
+          EQUAL(AUDIO_PARAMETER_KEY_HFP_VOLUME, "hfp_volume"),
+          EQUAL(AUDIO_PARAMETER_KEY_ROTATION, "rotation"),
+          EQUAL(AUDIO_PARAMETER_KEY_AANC, "aanc_enabled"),
+          EQUAL(AUDIO_REMOTE_SUBMIX_DEVICE_ADDRESS, "0"),
+          EQUAL(AUDIO_BOTTOM_MICROPHONE_ADDRESS, "bottom"),
+          EQUAL(AUDIO_BACK_MICROPHONE_ADDRESS, "back"), EQUAL(AUDIO_HAL_SERVICE_NAME_MSD, "msd"),
+          EQUAL(AUDIO_PARAMETER_VALUE_ON, "on"), EQUAL(AUDIO_PARAMETER_VALUE_OFF, "off"),
+          EQUAL(AUDIO_PARAMETER_KEY_BT_NREC, "bt_headset_nrec"),
+          EQUAL(AUDIO_PARAMETER_HW_AV_SYNC, "hw_av_sync"),
+          EQUAL(AUDIO_PARAMETER_KEY_SCREEN_STATE, "screen_state"),
+          EQUAL(AUDIO_PARAMETER_STREAM_ROUTING, "routing"),
+          EQUAL(AUDIO_PARAMETER_STREAM_FORMAT, "format"),
+          EQUAL(AUDIO_PARAMETER_STREAM_CHANNELS, "channels"),
+          EQUAL(AUDIO_PARAMETER_STREAM_FRAME_COUNT, "frame_count"),
+          EQUAL(AUDIO_PARAMETER_STREAM_INPUT_SOURCE, "input_source"),
+          EQUAL(AUDIO_PARAMETER_STREAM_SAMPLING_RATE, "sampling_rate"),
+          EQUAL(AUDIO_PARAMETER_STREAM_PRESENTATION_ID, "presentation_id"),
+          EQUAL(AUDIO_PARAMETER_STREAM_PROGRAM_ID, "program_id"),
+          EQUAL(AUDIO_PARAMETER_DEVICE_CONNECT, "connect"),
+          EQUAL(AUDIO_PARAMETER_DEVICE_DISCONNECT, "disconnect"),
+          EQUAL(AUDIO_PARAMETER_MONO_OUTPUT, "mono_output"),
+          EQUAL(AUDIO_PARAMETER_STREAM_HW_AV_SYNC, "hw_av_sync"),
+          EQUAL(AUDIO_PARAMETER_STREAM_SUP_FORMATS, "sup_formats"),
+          EQUAL(AUDIO_PARAMETER_STREAM_SUP_CHANNELS, "sup_channels"),
+          EQUAL(AUDIO_PARAMETER_STREAM_SUP_SAMPLING_RATES, "sup_sampling_rates"),
+          EQUAL(AUDIO_PARAMETER_VALUE_LIST_SEPARATOR, "|"),
+          EQUAL(AUDIO_PARAMETER_RECONFIG_A2DP, "reconfigA2dp"),
+          EQUAL(AUDIO_PARAMETER_A2DP_RECONFIG_SUPPORTED, "isReconfigA2dpSupported"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_PARAMS, "music_offload_codec_param"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_BIT_PER_SAMPLE, "music_offload_bit_per_sample"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_BIT_RATE, "music_offload_bit_rate"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_AVG_BIT_RATE, "music_offload_avg_bit_rate"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_ID, "music_offload_codec_id"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_BLOCK_ALIGN, "music_offload_block_align"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_SAMPLE_RATE, "music_offload_sample_rate"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_ENCODE_OPTION, "music_offload_encode_option"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_NUM_CHANNEL, "music_offload_num_channels"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_DOWN_SAMPLING, "music_offload_down_sampling"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_DELAY_SAMPLES, "delay_samples"),
+          EQUAL(AUDIO_OFFLOAD_CODEC_PADDING_SAMPLES, "padding_samples"));
+
+static_assert(std::is_same_v<audio_flags_mask_t, uint32_t>);
+static_assert(std::is_same_v<audio_unique_id_t, int>);
+static_assert(std::is_same_v<audio_channel_representation_t, uint32_t>);
+static_assert(std::is_same_v<audio_config_base_t, struct audio_config_base>);
+static_assert(std::is_same_v<audio_hw_sync_t, uint32_t>);
+static_assert(std::is_same_v<audio_microphone_group_t, int>);
+
+FUNCTIONS(size_t(const struct audio_stream*), audio_stream_frame_size);
+FUNCTIONS(audio_unique_id_use_t(audio_unique_id_t), audio_unique_id_get_use);
+FUNCTIONS(bool(audio_channel_mask_t), audio_channel_mask_is_valid, audio_is_input_channel,
+          audio_is_output_channel);
+FUNCTIONS(audio_channel_mask_t(audio_channel_representation_t, uint32_t),
+          audio_channel_mask_from_representation_and_bits);
+FUNCTIONS(bool(audio_devices_t), audio_is_output_devices, audio_is_a2dp_in_device,
+          audio_is_a2dp_out_device, audio_is_a2dp_device, audio_is_bluetooth_sco_device,
+          audio_is_hearing_aid_out_device, audio_is_usb_out_device, audio_is_usb_in_device,
+          audio_is_usb_device, audio_is_remote_submix_device, audio_device_is_digital);
+FUNCTIONS(audio_channel_mask_t(uint32_t), audio_channel_mask_for_index_assignment_from_count,
+          audio_channel_out_mask_from_count, audio_channel_in_mask_from_count);
+FUNCTIONS(audio_channel_mask_t(audio_channel_mask_t), audio_channel_mask_in_to_out);
+FUNCTIONS(bool(audio_format_t), audio_is_valid_format);
+FUNCTIONS(audio_format_t(audio_format_t), audio_get_main_format);
+FUNCTIONS(size_t(uint32_t, audio_format_t), audio_bytes_per_frame);
+FUNCTIONS(char*(audio_devices_t, const char*), audio_device_address_to_parameter);

@@ -40,7 +40,7 @@ target_link_options(fake_module_unresolved PRIVATE -Wl,-z,undefs -Wl,-z,lazy)
 
 set(platform_dir ${CMAKE_CURRENT_SOURCE_DIR}/../../platform)
 
-# Public headers compile alone, in C too.
+# Public headers compile alone, in C and in older C++ too.
 foreach(header
     libannexk/include/annexk/annexk.h
     libaudioutils/include/audio_utils/resampler.h
@@ -50,11 +50,21 @@ foreach(header
     libhardware/include/hardware/audio_effect.h
     libhardware/include/hardware/hardware.h
     libhardware/include/hardware/module_file.h
+    libhardware/include/system/audio-base-utils.h
     libhardware/include/system/audio-base.h
+    libhardware/include/system/audio-channels.h
+    libhardware/include/system/audio-devices.h
+    libhardware/include/system/audio-formats.h
     libhardware/include/system/audio-masks.h
+    libhardware/include/system/audio-parameters.h
     libhardware/include/system/audio.h
     libnano/include/nano/nano.h)
-  add_test(NAME HeaderIsC11.${header}
-    COMMAND ${CMAKE_CXX_COMPILER} -x c -std=c11 -Wall -Wextra -Wconversion -Werror -fsyntax-only
-      -I${platform_dir}/libhardware/include -include ${platform_dir}/${header} /dev/null)
+  foreach(language c11 c++11)
+    string(REGEX REPLACE "[0-9]+" "" compiler_language ${language})
+    add_test(NAME HeaderIs_${language}.${header}
+      COMMAND ${CMAKE_CXX_COMPILER} -x ${compiler_language} -std=${language}
+        -Wall -Wextra -Wconversion -Werror -fsyntax-only
+        -I${platform_dir}/libhardware/include -isystem ${ANDROID_INCLUDE_DIR}
+        -include ${platform_dir}/${header} /dev/null)
+  endforeach()
 endforeach()

@@ -12,10 +12,12 @@
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <strings.h>
 #include <sys/cdefs.h>
 #include <sys/types.h>
 #include <time.h>
 
+#include <cutils/bitops.h>
 #include <hardware/audio_effect.h>
 #include <hardware/hardware.h>
 #include <system/audio.h>
@@ -35,47 +37,39 @@ __BEGIN_DECLS
 #define AUDIO_DEVICE_API_VERSION_CURRENT AUDIO_DEVICE_API_VERSION_3_0
 #define AUDIO_DEVICE_API_VERSION_MIN AUDIO_DEVICE_API_VERSION_2_0
 
-/* Keys and values of set_parameters and get_parameters: "key=value;key=value". */
-#define AUDIO_PARAMETER_KEY_BT_NREC "bt_headset_nrec"
-#define AUDIO_PARAMETER_KEY_BT_SCO_WB "bt_wbs"
+/* Keys and values of a device's set_parameters and get_parameters, beside those that the framework
+ * shares with others (system/audio-parameters.h). */
 #define AUDIO_PARAMETER_KEY_TTY_MODE "tty_mode"
-#define AUDIO_PARAMETER_KEY_HAC "HACSetting"
-#define AUDIO_PARAMETER_KEY_SCREEN_STATE "screen_state"
-#define AUDIO_PARAMETER_VALUE_ON "on"
-#define AUDIO_PARAMETER_VALUE_OFF "off"
-
-#define AUDIO_PARAMETER_DEVICE_CONNECT "connect"
-#define AUDIO_PARAMETER_DEVICE_DISCONNECT "disconnect"
+#define AUDIO_PARAMETER_VALUE_TTY_OFF "tty_off"
+#define AUDIO_PARAMETER_VALUE_TTY_VCO "tty_vco"
+#define AUDIO_PARAMETER_VALUE_TTY_HCO "tty_hco"
+#define AUDIO_PARAMETER_VALUE_TTY_FULL "tty_full"
+#define AUDIO_PARAMETER_KEY_HAC "HACSetting" /* a telecoil of a hearing aid */
+#define AUDIO_PARAMETER_VALUE_HAC_ON "ON"
+#define AUDIO_PARAMETER_VALUE_HAC_OFF "OFF"
+#define AUDIO_PARAMETER_A2DP_SINK_ADDRESS "a2dp_sink_address"
+#define AUDIO_PARAMETER_A2DP_SOURCE_ADDRESS "a2dp_source_address"
+#define AUDIO_PARAMETER_KEY_BT_SCO_WB "bt_wbs"
+#define AUDIO_PARAMETER_KEY_BT_SCO_HEADSET_NAME "bt_headset_name"
+#define AUDIO_PARAMETER_KEY_HFP_ENABLE "hfp_enable"
+#define AUDIO_PARAMETER_KEY_HFP_SET_SAMPLING_RATE "hfp_set_sampling_rate"
+#define AUDIO_PARAMETER_KEY_HFP_VOLUME "hfp_volume"
+#define AUDIO_PARAMETER_KEY_ROTATION "rotation" /* of the screen, in degrees */
+#define AUDIO_PARAMETER_KEY_AANC "aanc_enabled" /* adaptive noise cancellation */
 #define AUDIO_PARAMETER_KEY_CLOSING "closing"
 #define AUDIO_PARAMETER_KEY_EXITING "exiting"
 
-#define AUDIO_PARAMETER_STREAM_ROUTING "routing"             /* audio_devices_t */
-#define AUDIO_PARAMETER_STREAM_FORMAT "format"               /* audio_format_t */
-#define AUDIO_PARAMETER_STREAM_CHANNELS "channels"           /* audio_channel_mask_t */
-#define AUDIO_PARAMETER_STREAM_FRAME_COUNT "frame_count"     /* frames */
-#define AUDIO_PARAMETER_STREAM_INPUT_SOURCE "input_source"   /* audio_source_t */
-#define AUDIO_PARAMETER_STREAM_SAMPLING_RATE "sampling_rate" /* Hz */
-#define AUDIO_PARAMETER_STREAM_HW_AV_SYNC "hw_av_sync"       /* audio_hw_sync_t */
-#define AUDIO_PARAMETER_MONO_OUTPUT "mono_output"            /* boolean */
-#define AUDIO_PARAMETER_STREAM_SUP_FORMATS "sup_formats"
-#define AUDIO_PARAMETER_STREAM_SUP_CHANNELS "sup_channels"
-#define AUDIO_PARAMETER_STREAM_SUP_SAMPLING_RATES "sup_sampling_rates"
-
-#define AUDIO_PARAMETER_HW_AV_SYNC "hw_av_sync" /* asks a device for a new synchronisation id */
-
-typedef enum {
+typedef enum CORVEX_ENUM_BASE(int) {
     STREAM_CBK_EVENT_WRITE_READY = 0, /* a non-blocking write would take data again */
     STREAM_CBK_EVENT_DRAIN_READY = 1,
     STREAM_CBK_EVENT_ERROR = 2, /* the stream cannot go on; the framework closes it */
-    STREAM_CBK_EVENT_SPAN = 0xFFFFFFFFu,
 } stream_callback_event_t;
 
 typedef int (*stream_callback_t)(stream_callback_event_t event, void* param, void* cookie);
 
-typedef enum {
+typedef enum CORVEX_ENUM_BASE(int) {
     AUDIO_DRAIN_ALL = 0,          /* report when all data is played */
     AUDIO_DRAIN_EARLY_NOTIFY = 1, /* report shortly before, to give time for the next track */
-    AUDIO_DRAIN_SPAN = 0xFFFFFFFFu,
 } audio_drain_type_t;
 
 typedef struct source_metadata {
@@ -195,14 +189,19 @@ struct audio_hw_device {
 };
 typedef struct audio_hw_device audio_hw_device_t;
 
+/* What a module's descriptor is. */
+struct audio_module {
+    struct hw_module_t common;
+};
+
 /* Bytes of one frame; 1 for a format whose frames have no fixed size. */
 static inline size_t audio_stream_out_frame_size(const struct audio_stream_out* stream) {
     const audio_format_t format = stream->common.get_format(&stream->common);
     if (!audio_has_proportional_frames(format)) {
         return sizeof(int8_t);
     }
-    return audio_channel_count_from_out_mask(stream->common.get_channels(&stream->common)) *
-           audio_bytes_per_sample(format);
+    return audio_bytes_per_frame(
+        audio_channel_count_from_out_mask(stream->common.get_channels(&stream->common)), format);
 }
 
 static inline size_t audio_stream_in_frame_size(const struct audio_stream_in* stream) {
@@ -210,8 +209,18 @@ static inline size_t audio_stream_in_frame_size(const struct audio_stream_in* st
     if (!audio_has_proportional_frames(format)) {
         return sizeof(int8_t);
     }
-    return audio_channel_count_from_in_mask(stream->common.get_channels(&stream->common)) *
-           audio_bytes_per_sample(format);
+    return audio_bytes_per_frame(
+        audio_channel_count_from_in_mask(stream->common.get_channels(&stream->common)), format);
+}
+
+/* For old programs: counts every bit of the mask as a channel, also those that say how to read it.
+ */
+static inline size_t audio_stream_frame_size(const struct audio_stream* s) {
+    const audio_format_t format = s->get_format(s);
+    if (!audio_has_proportional_frames(format)) {
+        return sizeof(int8_t);
+    }
+    return audio_bytes_per_frame(CORVEX_CAST(uint32_t, popcount(s->get_channels(s))), format);
 }
 
 /* Opens the module's device; the caller closes it with audio_hw_device_close. */

@@ -1,29 +1,38 @@
 /*
- * Audio structures that the framework and the audio module share, and small questions about
- * formats, channel masks and devices. Layouts and names are Android 9's. Everything here is plain
- * data: no ownership, any thread.
+ * Audio structures that the framework and the audio module share, and with them the headers of
+ * the small questions about formats, channel masks and devices. Layouts and names are Android 9's.
+ * Everything here is plain data: no ownership, any thread.
  */
 #ifndef CORVEX_SYSTEM_AUDIO_H
 #define CORVEX_SYSTEM_AUDIO_H
 
+#include <float.h>
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <stdio.h>
 #include <sys/cdefs.h>
 #include <sys/types.h>
 
+#include <cutils/bitops.h>
+#include <system/audio-base-utils.h>
 #include <system/audio-base.h>
+#include <system/audio-channels.h>
+#include <system/audio-devices.h>
+#include <system/audio-formats.h>
+#include <system/audio-parameters.h>
 
 __BEGIN_DECLS
 
-typedef uint32_t audio_channel_mask_t;
-typedef uint32_t audio_devices_t;
+typedef uint32_t audio_flags_mask_t; /* AUDIO_FLAG_* */
 typedef uint32_t audio_gain_mode_t;
+typedef uint32_t audio_hw_sync_t; /* a synchronisation id that the module gave */
 typedef int audio_io_handle_t;
 typedef int audio_module_handle_t;
 typedef int audio_port_handle_t;
 typedef int audio_patch_handle_t;
 typedef int audio_microphone_group_t;
+typedef int audio_unique_id_t; /* any of the framework's handles; ports have ids of their own */
 
 /* Handles that name nothing. */
 enum {
@@ -33,9 +42,28 @@ enum {
     AUDIO_PATCH_HANDLE_NONE = 0,
 };
 
-#define AUDIO_DEVICE_MAX_ADDRESS_LEN 32
+/* Samples of one file or stream: where a channel of two is. */
+enum {
+    AUDIO_INTERLEAVE_LEFT = 0,
+    AUDIO_INTERLEAVE_RIGHT = 1,
+};
+
+#define AUDIO_UID_INVALID CORVEX_CAST(uid_t, -1)
+#define AUDIO_HW_SYNC_INVALID 0
+#define AUDIO_REMOTE_SUBMIX_DEVICE_ADDRESS "0"
+
+/* Float samples up to this, 3 dB above full scale, pass a mixer unclipped. */
+#define FLOAT_NOMINAL_RANGE_HEADROOM 1.412538
+
 #define AUDIO_MICROPHONE_ID_MAX_LEN 32
 #define AUDIO_MICROPHONE_MAX_FREQUENCY_RESPONSES 256
+#define AUDIO_MICROPHONE_MAX_COUNT 32
+#define AUDIO_MICROPHONE_SPL_UNKNOWN -FLT_MAX
+#define AUDIO_MICROPHONE_SENSITIVITY_UNKNOWN -FLT_MAX
+#define AUDIO_MICROPHONE_COORDINATE_UNKNOWN -FLT_MAX
+#define AUDIO_BOTTOM_MICROPHONE_ADDRESS "bottom"
+#define AUDIO_BACK_MICROPHONE_ADDRESS "back"
+
 #define AUDIO_PORT_MAX_NAME_LEN 128
 #define AUDIO_PORT_MAX_SAMPLING_RATES 32
 #define AUDIO_PORT_MAX_CHANNEL_MASKS 32
@@ -50,6 +78,63 @@ enum {
 #define AUDIO_HARDWARE_MODULE_ID_CODEC_OFFLOAD "codec_offload"
 #define AUDIO_HARDWARE_MODULE_ID_STUB "stub"
 #define AUDIO_HARDWARE_MODULE_ID_HEARING_AID "hearing_aid"
+
+#define AUDIO_HAL_SERVICE_NAME_MSD "msd" /* the service that decodes for a television */
+
+/* Who a unique id was given to: its lowest bits. */
+typedef enum CORVEX_ENUM_BASE(int) {
+    AUDIO_UNIQUE_ID_USE_UNSPECIFIED = 0,
+    AUDIO_UNIQUE_ID_USE_SESSION = 1,
+    AUDIO_UNIQUE_ID_USE_MODULE = 2,
+    AUDIO_UNIQUE_ID_USE_EFFECT = 3,
+    AUDIO_UNIQUE_ID_USE_PATCH = 4,
+    AUDIO_UNIQUE_ID_USE_OUTPUT = 5,
+    AUDIO_UNIQUE_ID_USE_INPUT = 6,
+    AUDIO_UNIQUE_ID_USE_PLAYER = 7,
+    AUDIO_UNIQUE_ID_USE_MAX = 8, /* a power of two */
+    AUDIO_UNIQUE_ID_USE_MASK = AUDIO_UNIQUE_ID_USE_MAX - 1,
+} audio_unique_id_use_t;
+
+#define AUDIO_UNIQUE_ID_ALLOCATE AUDIO_SESSION_ALLOCATE
+
+static inline audio_unique_id_use_t audio_unique_id_get_use(audio_unique_id_t id) {
+    return CORVEX_CAST(audio_unique_id_use_t, id & AUDIO_UNIQUE_ID_USE_MASK);
+}
+
+/* Bits of audio_flags_mask_t: what an application asks of a stream. */
+enum {
+    AUDIO_FLAG_NONE = 0x0,
+    AUDIO_FLAG_AUDIBILITY_ENFORCED = 0x1,
+    AUDIO_FLAG_SECURE = 0x2,
+    AUDIO_FLAG_SCO = 0x4,
+    AUDIO_FLAG_BEACON = 0x8,
+    AUDIO_FLAG_HW_AV_SYNC = 0x10,
+    AUDIO_FLAG_HW_HOTWORD = 0x20,
+    AUDIO_FLAG_BYPASS_INTERRUPTION_POLICY = 0x40,
+    AUDIO_FLAG_BYPASS_MUTE = 0x80,
+    AUDIO_FLAG_LOW_LATENCY = 0x100,
+    AUDIO_FLAG_DEEP_BUFFER = 0x200,
+};
+
+#define AUDIO_ATTRIBUTES_TAGS_MAX_SIZE 256
+
+typedef struct {
+    audio_content_type_t content_type;
+    audio_usage_t usage;
+    audio_source_t source;
+    audio_flags_mask_t flags;
+    char tags[AUDIO_ATTRIBUTES_TAGS_MAX_SIZE]; /* UTF-8 */
+} __attribute__((packed)) audio_attributes_t;
+
+typedef enum CORVEX_ENUM_BASE(int) {
+    AUDIO_IN_ACOUSTICS_NONE = 0,
+    AUDIO_IN_ACOUSTICS_AGC_ENABLE = 0x1,
+    AUDIO_IN_ACOUSTICS_AGC_DISABLE = 0,
+    AUDIO_IN_ACOUSTICS_NS_ENABLE = 0x2,
+    AUDIO_IN_ACOUSTICS_NS_DISABLE = 0,
+    AUDIO_IN_ACOUSTICS_TX_IIR_ENABLE = 0x4,
+    AUDIO_IN_ACOUSTICS_TX_DISABLE = 0,
+} audio_in_acoustics_t;
 
 #define AUDIO_MAKE_OFFLOAD_INFO_VERSION(maj, min) ((((maj)&0xff) << 8) | ((min)&0xff))
 #define AUDIO_OFFLOAD_INFO_VERSION_0_1 AUDIO_MAKE_OFFLOAD_INFO_VERSION(0, 1)
@@ -69,7 +154,7 @@ typedef struct {
     uint32_t bit_width;
     uint32_t offload_buffer_size; /* bytes */
     audio_usage_t usage;
-} audio_offload_info_t;
+} __attribute__((aligned(8))) audio_offload_info_t; /* aligned alike on every processor */
 
 struct audio_config {
     uint32_t sample_rate;
@@ -79,6 +164,19 @@ struct audio_config {
     uint32_t frame_count;
 };
 typedef struct audio_config audio_config_t;
+
+struct audio_config_base {
+    uint32_t sample_rate;
+    audio_channel_mask_t channel_mask;
+    audio_format_t format;
+};
+typedef struct audio_config_base audio_config_base_t;
+
+static const audio_config_base_t AUDIO_CONFIG_BASE_INITIALIZER = {
+    /* .sample_rate = */ 0,
+    /* .channel_mask = */ AUDIO_CHANNEL_NONE,
+    /* .format = */ AUDIO_FORMAT_DEFAULT,
+};
 
 static const audio_offload_info_t AUDIO_INFO_INITIALIZER = {
     /* .version = */ AUDIO_OFFLOAD_INFO_VERSION_CURRENT,
@@ -223,6 +321,17 @@ struct audio_port {
     } ext;
 };
 
+#define AUDIO_PATCH_PORTS_MAX 16
+
+/* A connection that the framework made between ports. */
+struct audio_patch {
+    audio_patch_handle_t id;
+    unsigned int num_sources;
+    struct audio_port_config sources[AUDIO_PATCH_PORTS_MAX];
+    unsigned int num_sinks;
+    struct audio_port_config sinks[AUDIO_PATCH_PORTS_MAX];
+};
+
 struct audio_microphone_coordinate {
     float x; /* metres, or the parts of a direction */
     float y;
@@ -249,87 +358,6 @@ struct audio_microphone_characteristic_t {
     struct audio_microphone_coordinate geometric_location;
     struct audio_microphone_coordinate orientation;
 };
-
-/* How a channel mask is read: AUDIO_CHANNEL_REPRESENTATION_*, or another value for no valid mask.
- */
-static inline uint32_t audio_channel_mask_get_representation(audio_channel_mask_t channel) {
-    return channel >> AUDIO_CHANNEL_COUNT_MAX;
-}
-
-static inline uint32_t audio_channel_mask_get_bits(audio_channel_mask_t channel) {
-    return channel & ((1u << AUDIO_CHANNEL_COUNT_MAX) - 1u);
-}
-
-/* Channels of a mask; 0 when it is not valid. Position bits the platform does not know are ignored.
- */
-static inline uint32_t audio_channel_count_from_mask(audio_channel_mask_t channel, uint32_t known) {
-    uint32_t bits = audio_channel_mask_get_bits(channel);
-    switch (audio_channel_mask_get_representation(channel)) {
-        case AUDIO_CHANNEL_REPRESENTATION_POSITION:
-            bits &= known;
-            break;
-        case AUDIO_CHANNEL_REPRESENTATION_INDEX:
-            break;
-        default:
-            bits = 0;
-            break;
-    }
-    uint32_t count = 0;
-    for (; bits != 0; bits &= bits - 1) {
-        count++;
-    }
-    return count;
-}
-
-static inline uint32_t audio_channel_count_from_out_mask(audio_channel_mask_t channel) {
-    return audio_channel_count_from_mask(channel, AUDIO_CHANNEL_OUT_ALL);
-}
-
-static inline uint32_t audio_channel_count_from_in_mask(audio_channel_mask_t channel) {
-    return audio_channel_count_from_mask(channel, AUDIO_CHANNEL_IN_ALL);
-}
-
-static inline bool audio_is_linear_pcm(audio_format_t format) {
-    return (format & AUDIO_FORMAT_MAIN_MASK) == AUDIO_FORMAT_PCM;
-}
-
-/* Whether a frame always takes the same number of bytes. */
-static inline bool audio_has_proportional_frames(audio_format_t format) {
-    return audio_is_linear_pcm(format) ||
-           (format & AUDIO_FORMAT_MAIN_MASK) == AUDIO_FORMAT_IEC61937;
-}
-
-/* Bytes of one sample of one channel; 0 for a format without such a size. */
-static inline size_t audio_bytes_per_sample(audio_format_t format) {
-    switch (format) {
-        case AUDIO_FORMAT_PCM_8_BIT:
-            return 1;
-        case AUDIO_FORMAT_PCM_16_BIT:
-        case AUDIO_FORMAT_IEC61937:
-            return 2;
-        case AUDIO_FORMAT_PCM_24_BIT_PACKED:
-            return 3;
-        case AUDIO_FORMAT_PCM_32_BIT:
-        case AUDIO_FORMAT_PCM_8_24_BIT:
-        case AUDIO_FORMAT_PCM_FLOAT:
-            return 4;
-        default:
-            return 0;
-    }
-}
-
-/* Whether `device` is exactly one known device of that direction. */
-static inline bool audio_is_output_device(audio_devices_t device) {
-    const audio_devices_t known = AUDIO_DEVICE_OUT_ALL;
-    return device != 0 && (device & (device - 1)) == 0 && (device & ~known) == 0;
-}
-
-static inline bool audio_is_input_device(audio_devices_t device) {
-    const audio_devices_t known = AUDIO_DEVICE_IN_ALL;
-    const audio_devices_t direction = AUDIO_DEVICE_BIT_IN;
-    const audio_devices_t bits = device & ~direction;
-    return bits != device && bits != 0 && (bits & (bits - 1)) == 0 && (device & ~known) == 0;
-}
 
 __END_DECLS
 
