@@ -41,6 +41,10 @@ run(libs ${PKG_CONFIG} --libs corvex-audio-hal)
 separate_arguments(flags UNIX_COMMAND "${FLAGS}")
 separate_arguments(cflags UNIX_COMMAND "${cflags}")
 separate_arguments(libs UNIX_COMMAND "${libs}")
+if(EMULATOR)
+  # The linker of another processor looks for run paths in that one's files, where the tree is not.
+  list(APPEND libs "-Wl,-rpath-link,${tree}/${LIB_DIR}/corvex")
+endif()
 set(warnings -Wall -Wextra -Wconversion -Werror)
 
 run(ignored ${COMPILER} ${flags} -x c -std=c11 ${warnings} ${cflags}
