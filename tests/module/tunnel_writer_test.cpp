@@ -320,7 +320,7 @@ TEST_F(TunnelWriter, OneWriteWaitsOnceForAPlayerWithoutRoomOrAnswer) {
         expect_carried(0, 0);
     }
     player_service().results["GetBuf"] = -110;
-    player_service().in_call = [](const std::string&) { faults().clock_offset_us += 10'000'000; };
+    player_service().in_call = [](const std::string&) { faults().clock_us += 10'000'000; };
     player_service().room_requests = 0;
     write(stream, frames);
     EXPECT_EQ(player_service().room_requests, 1);
