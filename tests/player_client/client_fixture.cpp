@@ -11,6 +11,7 @@
 client_test::client_test() {
     setenv("CORVEX_BINDER_DIR", folder_.file("binder").c_str(), 1);
     setenv("CORVEX_BINDER_WAIT_MS", "0", 1);
+    setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "60000", 1);
     android::ProcessState::self()->startThreadPool();
 }
 
