@@ -191,7 +191,7 @@ TEST_F(BinderTest, ServiceIsReplacedByALaterOneWhereverThatLives) {
         EXPECT_TRUE(lists("name"));
         // The one that was replaced leaves the other's socket alone.
         EXPECT_EQ(ask(remote, kExit).status, android::DEAD_OBJECT);
-        EXPECT_EQ(other.wait(), 0);
+        EXPECT_EQ(other.wait().exit_code, 0);
         await("name");
     }
     // The socket of the killed one is still there.
@@ -216,7 +216,7 @@ TEST_F(BinderTest, StoppedServiceIsNotWaitedForForEver) {
 TEST_F(BinderRemoteTest, SocketsGoWithAnOrderlyExit) {
     EXPECT_FALSE(std::filesystem::is_empty(folder()));
     EXPECT_EQ(ask(probe_, kExit).status, android::DEAD_OBJECT);
-    EXPECT_EQ(service_.wait(), 0);
+    EXPECT_EQ(service_.wait().exit_code, 0);
     EXPECT_TRUE(std::filesystem::is_empty(folder()));
 }
 

@@ -2,9 +2,9 @@
 #include <future>
 #include <numeric>
 
-#include "tests/player_service/encoded_stream.h"
 #include "tests/player_service/service_fixture.h"
 #include "tests/player_service/wav_contents.h"
+#include "tests/support/encoded_stream.h"
 #include "tests/support/test_audio.h"
 
 namespace player_service {
