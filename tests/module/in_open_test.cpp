@@ -104,14 +104,7 @@ TEST_F(InOpen, RefusesOtherConfigurationsWithTheFirstFaultOnly) {
 
 TEST_F(InOpen, InstallsTheOperations) {
     struct audio_stream_in* const stream = open_input();
-    // Every slot of the table, in its order.
-    void* slots[sizeof(*stream) / sizeof(void*)];
-    memcpy(slots, stream, sizeof(slots));
-    std::string present;
-    for (const void* each : slots) {
-        present += each != nullptr ? '1' : '0';
-    }
-    EXPECT_EQ(present, "111111110011111111110000");
+    EXPECT_EQ(slots_of(*stream), "111111110011111111110000");
     close_input(stream);
 }
 

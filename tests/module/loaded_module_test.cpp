@@ -7,7 +7,6 @@
 #include <iterator>
 #include <stdlib.h>
 #include <string>
-#include <vector>
 
 #include <cutils/property_overrides.h>
 #include <hardware/audio.h>
@@ -17,7 +16,6 @@
 #include "tests/support/log_recorder.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/support/test_audio.h"
-#include "tests/support/tone.h"
 
 namespace {
 
@@ -111,66 +109,4 @@ TEST_F(LoadedModule, IsFoundByItsClassAndKeepsItsCaptureFilesInMnt) {
         log.count(ANDROID_LOG_DEBUG, "audio_hal_hpo", "hpo_open: disable save /mnt/hal_audio.pcm"),
         1);
     device->close_output_stream(device, stream);
-}
-
-TEST_F(LoadedModule, RecordsWhatItPlayedAtAnotherRateAndInMono) {
-    const struct hw_module_t* module = nullptr;
-    ASSERT_EQ(hw_load_module_file(CORVEX_TEST_MODULE_FILE, AUDIO_HARDWARE_MODULE_ID, &module), 0)
-        << hw_module_error();
-    setenv("CORVEX_ALSA_PLAYBACK", ("wav:" + scratch.file("sink.wav")).c_str(), 1);
-    setenv("CORVEX_ALSA_CAPTURE", ("wav:" + scratch.file("sink.wav")).c_str(), 1);
-    property_override("persist.audiohal.file.record", "true");
-    open(module);
-    struct audio_stream_out* const out = open_stream();
-    std::vector<int16_t> frames;
-    for (int i = 0; i < 48000; ++i) {
-        frames.push_back(static_cast<int16_t>(std::lrint(16000 * tone_at(1000, 48000, i))));
-        frames.push_back(frames.back());
-    }
-    ASSERT_EQ(out->write(out, frames.data(), frames.size() * 2), 48000 * 4);
-
-    struct audio_config config = {};
-    config.sample_rate = 11025;
-    config.channel_mask = AUDIO_CHANNEL_IN_MONO;
-    config.format = AUDIO_FORMAT_PCM_16_BIT;
-    struct audio_stream_in* in = nullptr;
-    ASSERT_EQ(device->open_input_stream(device, 2, AUDIO_DEVICE_IN_BUILTIN_MIC, &config, &in,
-                                        AUDIO_INPUT_FLAG_NONE, "", AUDIO_SOURCE_MIC),
-              0);
-    const size_t piece = in->common.get_buffer_size(&in->common) / 2;
-    std::vector<double> recorded;
-    while (recorded.size() < 10'000) {
-        std::vector<int16_t> part(piece);
-        ASSERT_EQ(in->read(in, part.data(), piece * 2), static_cast<ssize_t>(piece * 2));
-        recorded.insert(recorded.end(), part.begin(), part.end());
-        in->common.standby(&in->common);  // loses nothing
-    }
-    device->close_input_stream(device, in);
-    device->close_output_stream(device, out);
-    recorded.erase(recorded.begin(), recorded.begin() + 100);
-    const tone_fit fit = fit_tone(recorded, 1000, 11025);
-    EXPECT_NEAR(fit.amplitude, 16000, 50);
-    EXPECT_LT(fit.worst_residue, 50);
-    EXPECT_EQ(contents("hal_audio.record").size() % 2048, 0U) << "whole periods";
-}
-
-TEST_F(LoadedModule, RefusesDirectStreamsWithoutThePlayerService) {
-    const struct hw_module_t* module = nullptr;
-    ASSERT_EQ(hw_load_module_file(CORVEX_MODULE_FILE, AUDIO_HARDWARE_MODULE_ID, &module), 0);
-    open(module);
-    EXPECT_EQ(log.count_containing("not support hdo"), 1);
-    EXPECT_EQ(log.count_containing("hdo_init failed(0x"), 1);
-    struct audio_config config = {};
-    struct audio_stream_out* stream = nullptr;
-    for (const auto flags :
-         {AUDIO_OUTPUT_FLAG_DIRECT, static_cast<audio_output_flags_t>(
-                                        AUDIO_OUTPUT_FLAG_DIRECT | AUDIO_OUTPUT_FLAG_HW_AV_SYNC)}) {
-        EXPECT_EQ(device->open_output_stream(device, 1, AUDIO_DEVICE_OUT_HDMI, flags, &config,
-                                             &stream, nullptr),
-                  -ENOMEM);
-        EXPECT_EQ(stream, nullptr);
-    }
-    char* const answer = device->get_parameters(device, "hw_av_sync");
-    EXPECT_STREQ(answer, "");
-    free(answer);
 }
