@@ -41,14 +41,6 @@ TEST_F(OutWrite, OpensTheCardOnceUntilStandby) {
     close_stream(stream);
 }
 
-TEST_F(OutWrite, StandbyOfANeverWrittenStreamClosesNothing) {
-    struct audio_stream_out* const stream = open_stream();
-    log.clear();
-    EXPECT_EQ(stream->common.standby(&stream->common), 0);
-    EXPECT_TRUE(log.lines().empty());
-    close_stream(stream);
-}
-
 TEST_F(OutWrite, SleepsForAsLongAsRefusedDataWouldHavePlayed) {
     const struct {
         const char* name;

@@ -7,11 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 
+#include "tests/support/resource_limit.h"
 #include "tests/support/scratch_dir.h"
 #include "tinyalsa_env.h"
 
@@ -191,17 +190,13 @@ TEST_F(TinyalsaWav, ASecondWriterFindsTheFileBusyAndAStopEndsThePosition) {
 }
 
 TEST_F(TinyalsaWav, AFullDiskKeepsTheWholeFramesAndAValidFile) {
-    rlimit unlimited = {};
-    getrlimit(RLIMIT_FSIZE, &unlimited);
-    const sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
     const pcm_ptr handle = open_pcm(PCM_OUT, kOdd);
-    const rlimit limit = {68 + 8, unlimited.rlim_max};  // two frames and two bytes
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_LT(write_all(handle, "abcdefghi"), 0);
+    {
+        const resource_limit full(RLIMIT_FSIZE, 68 + 8);  // two frames and two bytes
+        EXPECT_LT(write_all(handle, "abcdefghi"), 0);
+    }
     EXPECT_NE(std::string(pcm_get_error(handle.get())).find("no more fits"), std::string::npos);
     EXPECT_EQ(read_file("a.wav"), wav_of("abcdef", kOdd));
-    setrlimit(RLIMIT_FSIZE, &unlimited);
-    signal(SIGXFSZ, handler);
     EXPECT_EQ(write_all(handle, "ghi"), 0) << "goes on when there is room again";
     EXPECT_EQ(read_file("a.wav"), wav_of("abcdefghi", kOdd));
 }
