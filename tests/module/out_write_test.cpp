@@ -104,7 +104,7 @@ TEST_F(OutWrite, SleepsOnAfterASignal) {
     tinyalsa().not_ready = "no such card";
     struct audio_stream_out* const stream = open_stream();
     faults().usleep_result = -1;
-    faults().in_usleep = [] { faults().clock_us += 250'000; };
+    faults().in_usleep = [] { faults().clock_us += 249'999; };
     const std::string data(4, '\0');  // refused data is never read
     EXPECT_EQ(stream->write(stream, data.data(), 192000000), 192000000);
     // The second sleep is for what the clock says is left of the first.

@@ -86,6 +86,7 @@ int __wrap_clock_gettime(clockid_t clock, struct timespec* time) {
 }
 int __wrap_usleep(useconds_t duration_us) {
     plan.sleeps_us.push_back(duration_us);
+    ++plan.clock_us;
     if (plan.in_usleep) {
         plan.in_usleep();
     }

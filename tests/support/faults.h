@@ -19,7 +19,7 @@ struct fault_plan {
     int clock_gettime_result = 0;
     uint64_t clock_us = 3'600'000'000;  // of CLOCK_MONOTONIC, which only a test moves
 
-    // What usleep was asked for. It does not sleep, nor move the clock.
+    // What usleep was asked for. It does not sleep, and moves the clock by a microsecond.
     std::vector<uint64_t> sleeps_us;
     std::function<void()> in_usleep;
     int usleep_result = 0;  // of the next call only
