@@ -28,15 +28,6 @@ void require(bool holds) {
     }
 }
 
-// Answers everything; some of what the fake does on request would end the run.
-class patient_player : public fake_player {
-  public:
-    patient_player() : fake_player("") {}
-    int32_t SetTunnelMode(uint32_t /*player*/, int /*value*/, bool /*enable*/) override {
-        return 0;
-    }
-};
-
 class reading_observer : public android::BnZuAvplayerObserver {
   public:
     void onMessage(int /*msg*/, void* data, uint32_t len, int /*source*/) override {
@@ -53,7 +44,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     if (size == 0) {
         return 0;
     }
-    static const sp<android::IBinder> player = new patient_player;
+    static const sp<android::IBinder> player = android::IInterface::asBinder(
+        sp<fake_player_service>(new fake_player_service(""))->getPlayer());
     static const sp<android::IBinder> observer = new reading_observer;
     const bool event = (bytes[0] & to_observer) != 0;
     const uint32_t code = bytes[0] & 0x3F;

@@ -88,7 +88,7 @@ TEST_F(DataFeed, GivesUpWaitingAfterASecondAndAHundredMillisecondsPaused) {
     // A slow service is not asked a hundred times.
     session_of(stream)->state = AVPLAY_STATE_RUNNING;
     reset_faults();
-    player_service().in_call = [](const std::string&) { faults().clock_offset_us += 400'000; };
+    player_service().in_call = [](const std::string&) { faults().clock_us += 400'000; };
     for (const size_t sleeps : {3U, 6U}) {  // each call waits anew
         EXPECT_EQ(feed("x"), -1);
         EXPECT_EQ(faults().sleeps_us.size(), sleeps);

@@ -107,43 +107,36 @@ TEST_F(DirectSetup, FailsAtEachCallInTurnAndUnwindsInReverse) {
     // How far there is something to undo when the call fails, and what is said of it.
     const struct {
         const char* call;
-        int level;
-        lines said;
+        int level;  // -1 where it is no failure
+        const char* said;
     } steps[] = {
-        {"GetDefaultConfig", 0, {"Call ZUAVPLAYER_GetDefaultConfig failed (#)"}},
-        {"Create", 0, {"Call ZUAVPLAYER_Create failed (#)"}},
-        {"ChnOpen", 1, {"call avplay_openaudiochan failed #"}},
-        {"GetTrackDefAttr",
-         2,
-         {"Call ZUAVPLAYER_GetTrackDefAttr failed (#)", "call createtrack failed #"}},
-        {"CreateTrack", 2, {"Call ZUAVPLAYER_CreateTrack failed (#)", "call createtrack failed #"}},
-        {"AttachSnd", 3, {"call ZUAVPLAYER_AttachSnd failed #"}},
-        {"GetAttr 0",
-         4,
-         {"Call ZUAVPLAYER_GetAttr failed (#)", "Call setadecbuffersize failed (#)",
-          "call setattr failed #"}},
-        {"SetAttr 0",
-         4,
-         {"Call ZUAVPLAYER_SetAttr STREAM_MODE failed (#)", "Call setadecbuffersize failed (#)",
-          "call setattr failed #"}},
-        {"SetAdecOutBufSize",
-         4,
-         {"Call ZUAVPLAYER_SetAdecOutBufSize failed (#)", "Call setadecbuffersize failed (#)",
-          "call setattr failed #"}},
-        {"SetAdecAttr", -1, {}},  // not a failure
-        {"GetAttr 6",
-         4,
-         {"Call ZUAVPLAYER_GetAttr failed (#)", "Call setsyncattr failed (#)",
-          "call setattr failed #"}},
-        {"SetAttr 6",
-         4,
-         {"Call ZUAVPLAYER_SetAttr SYNC failed (#)", "Call setsyncattr failed (#)",
-          "call setattr failed #"}},
-        {"SetSndLatency",
-         4,
-         {"Call ZUAVPLAYER_SetSndLatency failed (#)", "Call setsndattr failed (#)",
-          "call setattr failed #"}},
-        {"Start", 4, {"call ZUAVPLAYER_Start failed #"}},
+        {"GetDefaultConfig", 0, "Call ZUAVPLAYER_GetDefaultConfig failed (#)"},
+        {"Create", 0, "Call ZUAVPLAYER_Create failed (#)"},
+        {"ChnOpen", 1, "call avplay_openaudiochan failed #"},
+        {"GetTrackDefAttr", 2,
+         "Call ZUAVPLAYER_GetTrackDefAttr failed (#) | call createtrack failed #"},
+        {"CreateTrack", 2, "Call ZUAVPLAYER_CreateTrack failed (#) | call createtrack failed #"},
+        {"AttachSnd", 3, "call ZUAVPLAYER_AttachSnd failed #"},
+        {"GetAttr 0", 4,
+         "Call ZUAVPLAYER_GetAttr failed (#) | Call setadecbuffersize failed (#) | call setattr "
+         "failed #"},
+        {"SetAttr 0", 4,
+         "Call ZUAVPLAYER_SetAttr STREAM_MODE failed (#) | Call setadecbuffersize failed (#) | "
+         "call setattr failed #"},
+        {"SetAdecOutBufSize", 4,
+         "Call ZUAVPLAYER_SetAdecOutBufSize failed (#) | Call setadecbuffersize failed (#) | call "
+         "setattr failed #"},
+        {"SetAdecAttr", -1, ""},
+        {"GetAttr 6", 4,
+         "Call ZUAVPLAYER_GetAttr failed (#) | Call setsyncattr failed (#) | call setattr failed "
+         "#"},
+        {"SetAttr 6", 4,
+         "Call ZUAVPLAYER_SetAttr SYNC failed (#) | Call setsyncattr failed (#) | call setattr "
+         "failed #"},
+        {"SetSndLatency", 4,
+         "Call ZUAVPLAYER_SetSndLatency failed (#) | Call setsndattr failed (#) | call setattr "
+         "failed #"},
+        {"Start", 4, "call ZUAVPLAYER_Start failed #"},
     };
     for (const unsigned flags : {tunnel_flags, passthru_flags}) {
         reset_player_service();
@@ -191,7 +184,7 @@ TEST_F(DirectSetup, FailsAtEachCallInTurnAndUnwindsInReverse) {
                     said.push_back(line.replace(code, 10, "#"));
                 }
             }
-            EXPECT_EQ(said, step.said);
+            EXPECT_EQ(joined(said), step.said);
             EXPECT_EQ(logged(ANDROID_LOG_ERROR, "audio_hal_hdo"),
                       (lines{"hal_avplay_create failed with(0x80140003)"}));
         }

@@ -13,13 +13,6 @@ class DirectStream : public module_test {
         body();
         return direct_output().calls;
     }
-    static std::string text_of(const char* format, const void* pointer) {
-        char text[128];
-        snprintf(text, sizeof(text), "%p", pointer);
-        std::string result = format;
-        result.replace(result.find("%p"), 2, text);
-        return result;
-    }
 };
 
 using names = std::vector<std::string>;
@@ -68,43 +61,29 @@ TEST_F(DirectStream, ControlsRunUnderTheStreamsLockAndReportTheBackEndsResult) {
     const struct {
         const char* name;
         std::function<int()> call;
-        names calls;
-        names lines;
+        const char* lines;  // with the stream as OUT
     } rows[] = {
-        {"pause",
-         [&] { return stream->pause(stream); },
-         {"pause"},
-         {"out_pause out(%p) in \n", "out_pause out(%p) return (0x1234)"}},
-        {"resume",
-         [&] { return stream->resume(stream); },
-         {"resume"},
-         {"out_resume out(%p) ret(0x1234)"}},
-        {"flush",
-         [&] { return stream->flush(stream); },
-         {"flush"},
-         {"out_flush out(%p) in \n", "out_flush out(%p) ret(0x1234)"}},
-        {"drain all",
-         [&] { return stream->drain(stream, AUDIO_DRAIN_ALL); },
-         {"drain all"},
-         {"out_drain out(%p) type(0) ret(0x1234)"}},
-        {"drain early",
-         [&] { return stream->drain(stream, AUDIO_DRAIN_EARLY_NOTIFY); },
-         {"drain early"},
-         {"out_drain out(%p) type(1) ret(0x1234)"}},
+        {"pause", [&] { return stream->pause(stream); },
+         "out_pause out(OUT) in \n | out_pause out(OUT) return (0x1234)"},
+        {"resume", [&] { return stream->resume(stream); }, "out_resume out(OUT) ret(0x1234)"},
+        {"flush", [&] { return stream->flush(stream); },
+         "out_flush out(OUT) in \n | out_flush out(OUT) ret(0x1234)"},
+        {"drain all", [&] { return stream->drain(stream, AUDIO_DRAIN_ALL); },
+         "out_drain out(OUT) type(0) ret(0x1234)"},
+        {"drain early", [&] { return stream->drain(stream, AUDIO_DRAIN_EARLY_NOTIFY); },
+         "out_drain out(OUT) type(1) ret(0x1234)"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         int result = 0;
         direct_output().in_call = [&] { EXPECT_TRUE(is_held(to_hal_stream_out(stream)->lock)); };
-        EXPECT_EQ(calls_of([&] { result = row.call(); }), row.calls);
+        EXPECT_EQ(calls_of([&] { result = row.call(); }), names{row.name});
         direct_output().in_call = nullptr;
         EXPECT_EQ(result, 0x1234);
-        const std::vector<log_line> lines = log.lines();
-        ASSERT_EQ(lines.size(), row.lines.size());
-        for (size_t i = 0; i < lines.size(); ++i) {
-            EXPECT_EQ(lines[i], (log_line{ANDROID_LOG_DEBUG, "audio_hal",
-                                          text_of(row.lines[i].c_str(), stream)}));
+        for (const log_line& line : log.lines()) {
+            EXPECT_EQ(line, (log_line{ANDROID_LOG_DEBUG, "audio_hal", line.text}));
         }
+        EXPECT_EQ(joined(log.texts({{stream, "OUT"}})), row.lines);
         log.clear();
         faults().failing_mutexes = {&to_hal_stream_out(stream)->lock.native};
         row.call();
@@ -119,7 +98,7 @@ TEST_F(DirectStream, DrainOfPassthroughDoesNotReachThePlayer) {
     struct audio_stream_out* const stream = open_stream(passthru);
     direct_output().control_result = 7;
     EXPECT_EQ(calls_of([&] { EXPECT_EQ(stream->drain(stream, AUDIO_DRAIN_ALL), 0); }), names{});
-    EXPECT_EQ(log.count(text_of("out_drain out(%p) type(0) ret(0x0)", stream)), 1);
+    EXPECT_EQ(log.texts({{stream, "OUT"}}), names{"out_drain out(OUT) type(0) ret(0x0)"});
     close_stream(stream);
 }
 

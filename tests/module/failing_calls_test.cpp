@@ -2,6 +2,7 @@
 // behind (the leak checker of the sanitizer build sees to the rest).
 
 #include <cerrno>
+#include <functional>
 
 #include "pcm/hpo.h"
 #include "tests/support/module_fixture.h"
@@ -51,40 +52,47 @@ TEST_F(FailingCalls, BackEndCreationLeavesTheSlotAsItWas) {
 }
 
 TEST_F(FailingCalls, ParametersFailAtEachAllocationWithAText) {
-    struct audio_stream_out* const stream = open_stream(0, 48000, 3, 1);
-    struct audio_stream* const common = &stream->common;
-    for (const int failing : {1, 2}) {
-        reset_faults();
-        faults().failing_allocation = failing;
-        log.clear();
-        EXPECT_EQ(get_parameters(stream, "sup_channels"), "");
-        EXPECT_EQ(log.lines(), (std::vector<log_line>{{ANDROID_LOG_ERROR, "audio_hal",
-                                                       "out_get_parameters: create param fail"}}));
-        reset_faults();
-        faults().failing_allocation = failing;
-        log.clear();
-        char* const text = dev->get_parameters(dev, "hw_av_sync");
-        EXPECT_STREQ(text, "");
-        free(text);
-        EXPECT_EQ(
-            log.count(ANDROID_LOG_ERROR, "audio_hal", "adev_get_parameters: create param fail"), 1);
+    struct audio_stream_out* const out = open_stream(0, 48000, 3, 1);
+    struct audio_stream_in* const in = open_input();
+    const struct {
+        const char* prefix;
+        std::function<char*()> get;
+        std::function<int()> set;
+    } rows[] = {
+        {"out_", [&] { return out->common.get_parameters(&out->common, "sup_channels"); },
+         [&] { return out->common.set_parameters(&out->common, "routing=4"); }},
+        {"in_", [&] { return in->common.get_parameters(&in->common, "sup_channels"); },
+         [&] { return in->common.set_parameters(&in->common, "routing=4"); }},
+        {"adev_", [&] { return dev->get_parameters(dev, "hw_av_sync"); }, nullptr},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.prefix);
+        for (const int failing : {1, 2, 3}) {
+            reset_faults();
+            faults().failing_allocation = failing;
+            log.clear();
+            char* const text = row.get();
+            // Without the reply's text there is nothing to answer with, and no crash.
+            EXPECT_STREQ(text, failing < 3 ? "" : nullptr);
+            free(text);
+            EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal",
+                                row.prefix + std::string("get_parameters: create param fail")),
+                      failing < 3 ? 1 : 0);
+        }
+        EXPECT_EQ(log.count("adev_get_parameters: returns NULL"), row.set == nullptr ? 1 : 0);
+        if (row.set != nullptr) {
+            reset_faults();
+            faults().failing_allocation = 1;
+            log.clear();
+            EXPECT_EQ(row.set(), -1);
+            EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal",
+                                row.prefix + std::string("set_parameters: create param fail")),
+                      1);
+        }
     }
-    // The reply's text itself: there is nothing to answer with, and no crash.
     reset_faults();
-    faults().failing_allocation = 3;
-    EXPECT_EQ(get_parameters(stream, "sup_channels"), "(null)");
-    reset_faults();
-    faults().failing_allocation = 3;
-    EXPECT_EQ(dev->get_parameters(dev, "x"), nullptr);
-    EXPECT_EQ(log.count("adev_get_parameters: returns NULL"), 1);
-
-    reset_faults();
-    faults().failing_allocation = 1;
-    EXPECT_EQ(common->set_parameters(common, "sampling_rate=1"), -1);
-    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal", "out_set_parameters: create param fail"),
-              1);
-    reset_faults();
-    close_stream(stream);
+    close_stream(out);
+    close_input(in);
 }
 
 TEST_F(FailingCalls, AFailingFillIsLoggedAndTheStreamWorks) {

@@ -16,25 +16,6 @@ constexpr uint32_t stereo = AUDIO_CHANNEL_IN_STEREO;
 
 class InOpen : public module_test {
   protected:
-    // Lines of one stream, with its addresses taken out so that they can be compared.
-    std::vector<std::string> lines_of(const struct audio_stream_in* stream,
-                                      const struct hpi* hpi) const {
-        std::vector<std::string> texts;
-        for (const log_line& line : log.lines()) {
-            texts.push_back(line.text);
-            for (const void* each :
-                 {static_cast<const void*>(stream), static_cast<const void*>(hpi)}) {
-                char address[32];
-                snprintf(address, sizeof(address), "%p", each);
-                const size_t at = texts.back().find(address);
-                if (at != std::string::npos) {
-                    texts.back().replace(at, strlen(address), each == hpi ? "HPI" : "IN");
-                }
-            }
-        }
-        return texts;
-    }
-
     const struct pcm_config config_before_ = pcm_config_ai_low_latency;
     ~InOpen() override { pcm_config_ai_low_latency = config_before_; }
 };
@@ -104,14 +85,7 @@ TEST_F(InOpen, RefusesOtherConfigurationsWithTheFirstFaultOnly) {
 
 TEST_F(InOpen, InstallsTheOperations) {
     struct audio_stream_in* const stream = open_input();
-    // Every slot of the table, in its order.
-    void* slots[sizeof(*stream) / sizeof(void*)];
-    memcpy(slots, stream, sizeof(slots));
-    std::string present;
-    for (const void* each : slots) {
-        present += each != nullptr ? '1' : '0';
-    }
-    EXPECT_EQ(present, "111111110011111111110000");
+    EXPECT_EQ(slots_of(*stream), "111111110011111111110000");
     close_input(stream);
 }
 
@@ -140,13 +114,14 @@ TEST_F(InOpen, AttachesTheVoiceInputLastAndDetachesItFirst) {
     log.clear();
     struct audio_stream_in* const stream = open_input(44100, mono);
     unsetenv("CORVEX_NANO_REFUSE_OPEN");
-    const struct hpi* const hpi = to_hal_stream_in(stream)->hpi;
+    const std::map<const void*, std::string> names = {{stream, "IN"},
+                                                      {to_hal_stream_in(stream)->hpi, "HPI"}};
     EXPECT_EQ(last_result, 0);
     const std::string entered =
         "adev_open_input_stream: enter: devices(0x80000004) sample_rate(44100) "
         "channel_mask(0x10) flags(0x1) audioformat(0x1) source(0x1)";
     EXPECT_EQ(
-        lines_of(stream, hpi),
+        log.texts(names),
         (std::vector<std::string>{
             entered, "adev_open_input_stream return: sample_rate: 44100, channels: 10, format: 1",
             "create_resampler user_rate:44100 hal_rate:48000",
@@ -157,7 +132,7 @@ TEST_F(InOpen, AttachesTheVoiceInputLastAndDetachesItFirst) {
     EXPECT_EQ(stream->read(stream, buffer, sizeof(buffer)), 64);
     log.clear();
     close_input(stream);
-    EXPECT_EQ(lines_of(stream, hpi),
+    EXPECT_EQ(log.texts(names),
               (std::vector<std::string>{"adev_close_input_stream in(IN)", "custom_close nano_close",
                                         "nano_close stream IN", "hpi_close:device(hw:0:0)\n",
                                         "hpi_destroy: hpi(HPI)",

@@ -63,82 +63,49 @@ TEST_F(InParameters, WhatIsSetIsLoggedInOneOrderUnderTheLockAndChangesNothing) {
                            }));
     EXPECT_EQ(common->get_sample_rate(common), 16000U);
     reset_faults();
-    faults().failing_allocation = 1;
-    log.clear();
-    EXPECT_EQ(common->set_parameters(common, "routing=4"), -1);
-    EXPECT_EQ(log.lines(), (std::vector<log_line>{line(ANDROID_LOG_ERROR, "create param fail")}));
-    for (const int failing : {1, 2}) {
-        reset_faults();
-        faults().failing_allocation = failing;
-        log.clear();
-        EXPECT_EQ(get_parameters(*common, "sup_channels"), "");
-        EXPECT_EQ(log.lines(), (std::vector<log_line>{{ANDROID_LOG_ERROR, "audio_hal",
-                                                       "in_get_parameters: create param fail"}}));
-    }
-    reset_faults();
     close_input(stream);
 }
 
 TEST_F(InParameters, AttributesAnswerAndTraceWhatTheySay) {
     struct audio_stream_in* const stream = open_input(16000);
     struct audio_stream* const common = &stream->common;
-    char in[32];
-    snprintf(in, sizeof(in), "in(%p)", static_cast<void*>(stream));
-    const auto logged = [&](const char* prefix, const std::string& text) {
-        return prefix + std::string(in) + text;
-    };
     gbEnableTrace = 1;
     int64_t frames = 0;
     const struct {
         std::function<int64_t()> call;
         int64_t result;
-        std::vector<std::string> lines;
+        std::string lines;  // with the stream as IN
     } rows[] = {
-        {[&] { return common->get_sample_rate(common); }, 16000, {" in_get_sample_rate called"}},
-        {[&] { return common->set_sample_rate(common, 0); },
-         0,
-         {logged("", " set_sample_rate: 0")}},
-        {[&] { return common->get_channels(common); },
-         0xC,
-         {" in_get_channels called", logged("in_get_channels: ", " 0xc")}},
-        {[&] { return common->set_format(common, AUDIO_FORMAT_PCM_FLOAT); },
-         0,
-         {logged("in_set_format: ", " 0x1")}},
-        {[&] { return static_cast<int64_t>(common->get_format(common)); },
-         5,
-         {" in_get_format called", logged("in_get_format: ", " 0x5")}},
-        {[&] { return static_cast<int64_t>(common->get_buffer_size(common)); },
-         4096,
-         {" in_get_format called", logged("in_get_format: ", " 0x5"), " in_get_channels called",
-          logged("in_get_channels: ", " 0xc"), logged("in_get_buffer_size: ", " 4096")}},
-        {[&] { return common->dump(common, 1); }, 0, {" in_dump called"}},
-        {[&] { return common->add_audio_effect(common, nullptr); },
-         0,
-         {" in_add_audio_effect called"}},
-        {[&] { return common->remove_audio_effect(common, nullptr); },
-         0,
-         {" in_remove_audio_effect called"}},
-        {[&] { return stream->set_gain(stream, 0.5F); },
-         0,
-         {" in_set_gain called", logged("in_set_gain: ", " Gain:0.500000")}},
-        {[&] { return stream->get_input_frames_lost(stream); },
-         0,
-         {" in_get_input_frames_lost called"}},
-        {[&] { return stream->get_capture_position(stream, &frames, &frames); }, -ENOSYS, {}},
-        {[&] { return stream->start(stream); }, -ENOSYS, {" in_start called"}},
-        {[&] { return stream->stop(stream); }, -ENOSYS, {" in_stop called"}},
-        {[&] { return common->standby(common); },
-         0,
-         {" in_standby called", logged("", " has standby before")}},
+        {[&] { return common->get_sample_rate(common); }, 16000, " in_get_sample_rate called"},
+        {[&] { return common->set_sample_rate(common, 0); }, 0, "in(IN) set_sample_rate: 0"},
+        {[&] { return common->get_channels(common); }, 0xC,
+         " in_get_channels called | in_get_channels: in(IN) 0xc"},
+        {[&] { return common->set_format(common, AUDIO_FORMAT_PCM_FLOAT); }, 0,
+         "in_set_format: in(IN) 0x1"},
+        {[&] { return static_cast<int64_t>(common->get_format(common)); }, 5,
+         " in_get_format called | in_get_format: in(IN) 0x5"},
+        {[&] { return static_cast<int64_t>(common->get_buffer_size(common)); }, 4096,
+         " in_get_format called | in_get_format: in(IN) 0x5 |  in_get_channels called | "
+         "in_get_channels: in(IN) 0xc | in_get_buffer_size: in(IN) 4096"},
+        {[&] { return common->dump(common, 1); }, 0, " in_dump called"},
+        {[&] { return common->add_audio_effect(common, nullptr); }, 0,
+         " in_add_audio_effect called"},
+        {[&] { return common->remove_audio_effect(common, nullptr); }, 0,
+         " in_remove_audio_effect called"},
+        {[&] { return stream->set_gain(stream, 0.5F); }, 0,
+         " in_set_gain called | in_set_gain: in(IN) Gain:0.500000"},
+        {[&] { return stream->get_input_frames_lost(stream); }, 0,
+         " in_get_input_frames_lost called"},
+        {[&] { return stream->get_capture_position(stream, &frames, &frames); }, -ENOSYS, ""},
+        {[&] { return stream->start(stream); }, -ENOSYS, " in_start called"},
+        {[&] { return stream->stop(stream); }, -ENOSYS, " in_stop called"},
+        {[&] { return common->standby(common); }, 0,
+         " in_standby called | in(IN) has standby before"},
     };
     for (const auto& row : rows) {
         log.clear();
         EXPECT_EQ(row.call(), row.result);
-        std::vector<std::string> texts;
-        for (const log_line& line : log.lines()) {
-            texts.push_back(line.text);
-        }
-        EXPECT_EQ(texts, row.lines);
+        EXPECT_EQ(joined(log.texts({{stream, "IN"}})), row.lines);
     }
     close_input(stream);
 }

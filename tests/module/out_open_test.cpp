@@ -18,11 +18,6 @@ bool is_list_of(const uint32_t (&list)[size], uint32_t first) {
            std::all_of(list + 1, list + size, [](uint32_t v) { return v == 0; });
 }
 
-struct expected_config {
-    unsigned channels, rate, period_size, period_count;
-    unsigned long start_threshold, stop_threshold, avail_min;
-};
-
 }  // namespace
 
 TEST_F(OutOpen, ChoosesUsecaseConfigurationAndDefaults) {
@@ -31,51 +26,19 @@ TEST_F(OutOpen, ChoosesUsecaseConfigurationAndDefaults) {
         unsigned flags;
         uint32_t rate, mask, format;
         out_usecase usecase;
-        expected_config config;
+        unsigned channels, config_rate, period_size, period_count, threshold;
     } rows[] = {
-        {"all zero", 0, 0, 0, 0, USECASE_PRIMARY_PCM, {2, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
-        {"primary 44100",
-         AUDIO_OUTPUT_FLAG_PRIMARY,
-         44100,
-         0x3F,
-         1,
-         USECASE_PRIMARY_PCM,
-         {6, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
-        {"sync without direct",
-         AUDIO_OUTPUT_FLAG_HW_AV_SYNC,
-         48000,
-         3,
-         1,
-         USECASE_PRIMARY_PCM,
-         {2, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
-        {"no channels",
-         0,
-         48000,
-         0xC0000003,
-         5,
-         USECASE_PRIMARY_PCM,
-         {0, 48000, 480, 2, 240, 0x7FFFFFFF, 240}},
-        {"passthrough",
-         direct,
-         44100,
-         0x3,
-         AUDIO_FORMAT_AC3,
-         USECASE_DIRECT_PASSTHRU,
-         {2, 44100, 1024, 4, 0, 0, 0}},
-        {"passthrough, other flags",
-         direct | 0x30,
-         0,
-         0x63F,
-         AUDIO_FORMAT_E_AC3,
-         USECASE_DIRECT_PASSTHRU,
-         {8, 0, 1024, 4, 0, 0, 0}},
-        {"tunnel",
-         hwsync,
-         48000,
-         0x80000003,
-         1,
-         USECASE_DIRECT_HWSYNC,
-         {2, 48000, 1024, 4, 0, 0, 0}},
+        {"all zero", 0, 0, 0, 0, USECASE_PRIMARY_PCM, 2, 48000, 480, 2, 240},
+        {"primary 44100", AUDIO_OUTPUT_FLAG_PRIMARY, 44100, 0x3F, 1, USECASE_PRIMARY_PCM, 6, 48000,
+         480, 2, 240},
+        {"sync without direct", AUDIO_OUTPUT_FLAG_HW_AV_SYNC, 48000, 3, 1, USECASE_PRIMARY_PCM, 2,
+         48000, 480, 2, 240},
+        {"no channels", 0, 48000, 0xC0000003, 5, USECASE_PRIMARY_PCM, 0, 48000, 480, 2, 240},
+        {"passthrough", direct, 44100, 0x3, AUDIO_FORMAT_AC3, USECASE_DIRECT_PASSTHRU, 2, 44100,
+         1024, 4, 0},
+        {"passthrough, other flags", direct | 0x30, 0, 0x63F, AUDIO_FORMAT_E_AC3,
+         USECASE_DIRECT_PASSTHRU, 8, 0, 1024, 4, 0},
+        {"tunnel", hwsync, 48000, 0x80000003, 1, USECASE_DIRECT_HWSYNC, 2, 48000, 1024, 4, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -84,16 +47,16 @@ TEST_F(OutOpen, ChoosesUsecaseConfigurationAndDefaults) {
         ASSERT_NE(stream, nullptr);
         const hal_stream_out* const out = to_hal_stream_out(stream);
         EXPECT_EQ(out->usecase, row.usecase);
-        EXPECT_EQ(out->config.channels, row.config.channels);
-        EXPECT_EQ(out->config.rate, row.config.rate);
-        EXPECT_EQ(out->config.period_size, row.config.period_size);
-        EXPECT_EQ(out->config.period_count, row.config.period_count);
+        EXPECT_EQ(out->config.channels, row.channels);
+        EXPECT_EQ(out->config.rate, row.config_rate);
+        EXPECT_EQ(out->config.period_size, row.period_size);
+        EXPECT_EQ(out->config.period_count, row.period_count);
         EXPECT_EQ(out->config.format, PCM_FORMAT_S16_LE);
-        EXPECT_EQ(out->config.start_threshold, row.config.start_threshold);
-        EXPECT_EQ(out->config.stop_threshold, row.config.stop_threshold);
+        EXPECT_EQ(out->config.start_threshold, row.threshold);
+        EXPECT_EQ(out->config.stop_threshold, row.threshold != 0 ? 0x7FFFFFFFU : 0U);
         EXPECT_EQ(out->config.silence_threshold, 0U);
         EXPECT_EQ(out->config.silence_size, 0U);
-        EXPECT_EQ(out->config.avail_min, row.config.avail_min);
+        EXPECT_EQ(out->config.avail_min, row.threshold);
 
         EXPECT_EQ(out->sample_rate, row.rate != 0 ? row.rate : 48000);
         EXPECT_EQ(out->channel_mask, row.mask != 0 ? row.mask : 0x3U);
@@ -117,42 +80,8 @@ TEST_F(OutOpen, ChoosesUsecaseConfigurationAndDefaults) {
 TEST_F(OutOpen, InstallsTheOperationsOfTheUsecase) {
     for (const unsigned flags : {0U, direct, hwsync}) {
         struct audio_stream_out* const stream = open_stream(flags);
-        const bool is_direct_row = flags != 0;
-        // Every slot of the table, in its order: 1 for an operation, 0 for null.
-        const struct audio_stream& common = stream->common;
-        const std::vector<int> slots = {common.get_sample_rate != nullptr,
-                                        common.set_sample_rate != nullptr,
-                                        common.get_buffer_size != nullptr,
-                                        common.get_channels != nullptr,
-                                        common.get_format != nullptr,
-                                        common.set_format != nullptr,
-                                        common.standby != nullptr,
-                                        common.dump != nullptr,
-                                        common.get_device != nullptr,
-                                        common.set_device != nullptr,
-                                        common.set_parameters != nullptr,
-                                        common.get_parameters != nullptr,
-                                        common.add_audio_effect != nullptr,
-                                        common.remove_audio_effect != nullptr,
-                                        stream->get_latency != nullptr,
-                                        stream->set_volume != nullptr,
-                                        stream->write != nullptr,
-                                        stream->get_render_position != nullptr,
-                                        stream->get_next_write_timestamp != nullptr,
-                                        stream->set_callback != nullptr,
-                                        stream->pause != nullptr,
-                                        stream->resume != nullptr,
-                                        stream->drain != nullptr,
-                                        stream->flush != nullptr,
-                                        stream->get_presentation_position != nullptr,
-                                        stream->start != nullptr,
-                                        stream->stop != nullptr,
-                                        stream->create_mmap_buffer != nullptr,
-                                        stream->get_mmap_position != nullptr,
-                                        stream->update_source_metadata != nullptr};
-        const int d = is_direct_row ? 1 : 0;
-        EXPECT_EQ(slots, (std::vector<int>{1, 1, 1, 1, 1, 1, 1, 1, 0, 0, 1, 1, 1, 1, 1,
-                                           1, 1, 1, 1, d, d, d, d, d, 1, 0, 0, 0, 0, 0}));
+        EXPECT_EQ(slots_of(*stream),
+                  flags != 0 ? "111111110011111111111111100000" : "111111110011111111100000100000");
         close_stream(stream);
     }
 }

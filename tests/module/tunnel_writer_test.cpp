@@ -140,75 +140,53 @@ TEST_F(TunnelWriter, CarriesOverWhatAWriteCutsOff) {
     const std::string payload = audio(100);
     const std::string whole = avsync_frame(1, payload, 7);
     const std::string second = avsync_header(2, 100, 9'000'000, 30) + payload;
+    const std::string none(100, 'x');
+    const std::string far = avsync_header(2, 1, 1, 49);
     const struct {
         const char* name;
         uint32_t mask;
-        std::vector<std::string> pieces;
-        chunks sent;
-        uint32_t tmp_len;
-        uint32_t raw_data_left;
+        std::string bytes;
+        std::vector<size_t> pieces;  // what is written of them
+        const char* sent;            // the time and the size of each chunk
+        uint32_t tmp_len, raw_data_left;
     } rows[] = {
-        {"one frame", 3, {whole}, {{0x71, 7, payload}}, 0, 0},
-        {"half a payload", 3, {whole.substr(0, 66)}, {{0x71, 7, payload.substr(0, 50)}}, 0, 50},
-        {"and part of the rest",
-         3,
-         {whole.substr(0, 66), whole.substr(66, 20)},
-         {{0x71, 7, payload.substr(0, 50)}, {0x71, PTS_NONE, payload.substr(50, 20)}},
-         0,
-         30},
-        {"and all of it, then a header",
-         3,
-         {whole.substr(0, 66), whole.substr(66) + whole},
-         {{0x71, 7, payload.substr(0, 50)},
-          {0x71, PTS_NONE, payload.substr(50)},
-          {0x71, 7, payload}},
-         0,
-         0},
-        {"ten bytes of a header", 3, {whole.substr(0, 10)}, {}, 10, 0},
-        {"and the others", 3, {whole.substr(0, 10), whole.substr(10)}, {{0x71, 7, payload}}, 0, 0},
-        {"no header", 3, {std::string(100, 'x')}, {}, 16, 0},
-        {"no header, six channels", AUDIO_CHANNEL_OUT_5POINT1, {std::string(100, 'x')}, {}, 48, 0},
-        {"no header, eight channels",
-         AUDIO_CHANNEL_OUT_7POINT1,
-         {std::string(100, 'x')},
-         {},
-         48,
-         0},
-        {"nothing behind the header", 3, {whole.substr(0, 16)}, {}, 16, 0},
-        {"version 2, 17 bytes", 3, {second.substr(0, 17)}, {}, 17, 0},
-        {"version 2, 29 of 30 bytes", 3, {second.substr(0, 29)}, {}, 29, 0},
-        {"version 2, and the others",
-         3,
-         {second.substr(0, 17), second.substr(17, 12), second.substr(29)},
-         {{0x71, 9, payload}},
-         0,
-         0},
-        {"version 2, its time waits for the payload",
-         3,
-         {second.substr(0, 30), second.substr(30, 40), second.substr(70)},
-         {{0x71, 9, payload.substr(0, 40)}, {0x71, PTS_NONE, payload.substr(40)}},
-         0,
-         0},
-        {"version 2, offset beyond what is held",
-         3,
-         {avsync_header(2, 1, 1, 49).substr(0, 40)},
-         {},
-         16,
-         0},
-        {"nothing", 3, {""}, {}, 0, 0},
-        {"nothing behind held bytes",
-         3,
-         {whole.substr(0, 10), "", whole.substr(10)},
-         {{0x71, 7, payload}},
-         0,
-         0},
+        {"one frame", 3, whole, {116}, "7:100", 0, 0},
+        {"half a payload", 3, whole, {66}, "7:50", 0, 50},
+        {"and part of the rest", 3, whole, {66, 20}, "7:50 -:20", 0, 30},
+        {"and all of it, then a header", 3, whole + whole, {66, 166}, "7:50 -:50 7:100", 0, 0},
+        {"ten bytes of a header", 3, whole, {10}, "", 10, 0},
+        {"and the others", 3, whole, {10, 106}, "7:100", 0, 0},
+        {"no header", 3, none, {100}, "", 16, 0},
+        {"no header, six channels", AUDIO_CHANNEL_OUT_5POINT1, none, {100}, "", 48, 0},
+        {"no header, eight channels", AUDIO_CHANNEL_OUT_7POINT1, none, {100}, "", 48, 0},
+        {"nothing behind the header", 3, whole, {16}, "", 16, 0},
+        {"version 2, 17 bytes", 3, second, {17}, "", 17, 0},
+        {"version 2, 29 of 30 bytes", 3, second, {29}, "", 29, 0},
+        {"version 2, and the others", 3, second, {17, 12, 101}, "9:100", 0, 0},
+        {"version 2, its time waits", 3, second, {30, 40, 60}, "9:40 -:60", 0, 0},
+        {"version 2, offset beyond what is held", 3, far, {40}, "", 16, 0},
+        {"nothing", 3, whole, {0}, "", 0, 0},
+        {"nothing behind held bytes", 3, whole, {10, 0, 106}, "7:100", 0, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         reset_player_service();
         stream = open_running(tunnel_flags, row.mask);
-        write_all(row.pieces);
-        EXPECT_EQ(take_chunks(), row.sent);
+        size_t at = 0;
+        for (const size_t size : row.pieces) {
+            write(stream, row.bytes.substr(at, size));
+            at += size;
+        }
+        const chunks sent = take_chunks();
+        std::string shown;
+        for (const chunk& each : sent) {
+            shown += (shown.empty() ? "" : " ") +
+                     (each.pts == PTS_NONE ? "-" : std::to_string(each.pts)) + ":" +
+                     std::to_string(each.bytes.size());
+        }
+        EXPECT_EQ(shown, row.sent);
+        const std::string got = payload_of(sent);
+        EXPECT_EQ(got, (payload + payload).substr(0, got.size()));
         expect_carried(row.tmp_len, row.raw_data_left);
         close_stream(stream);
         close_device(dev);
@@ -320,7 +298,7 @@ TEST_F(TunnelWriter, OneWriteWaitsOnceForAPlayerWithoutRoomOrAnswer) {
         expect_carried(0, 0);
     }
     player_service().results["GetBuf"] = -110;
-    player_service().in_call = [](const std::string&) { faults().clock_offset_us += 10'000'000; };
+    player_service().in_call = [](const std::string&) { faults().clock_us += 10'000'000; };
     player_service().room_requests = 0;
     write(stream, frames);
     EXPECT_EQ(player_service().room_requests, 1);

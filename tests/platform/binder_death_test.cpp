@@ -50,8 +50,7 @@ TEST_F(BinderRemoteTest, RecipientIsNotKeptAliveByItsLink) {
 TEST_F(BinderRemoteTest, DeathDuringACallAnswersIt) {
     EXPECT_EQ(ask(probe_, kDie).status, android::DEAD_OBJECT);
     child_process again(probe_service, {"probe"});
-    const sp<IBinder> blocked = find("probe");
-    ASSERT_NE(blocked, nullptr);
+    const sp<IBinder> blocked = await("probe");
     android::status_t status = android::NO_ERROR;
     std::thread caller([&] { status = ask(blocked, kBlock).status; });
     again.end();
@@ -63,7 +62,7 @@ TEST_F(BinderRemoteTest, ServiceIsToldOfItsClientsDeathAndDropsTheirObjects) {
     // The client is the process of "second", which keeps objects of "probe" and is watched by it.
     child_process second(probe_service, {"second"});
     const int before = ask(probe_, kObjects).number();
-    const sp<IBinder> client = find("second");
+    const sp<IBinder> client = await("second");
     ask(client, kKeep, ask(client, kLookUp, "probe").object());
     sp<IBinder> made = ask(probe_, kMakeObject).object();
     ask(client, kKeep, made);
@@ -90,7 +89,7 @@ TEST_F(BinderRemoteTest, DeathOfAThirdProcessIsPassedOn) {
     EXPECT_EQ(ask(there, kEcho, 1, "").status, android::DEAD_OBJECT);
     // Who gets it only now is told as well.
     const child_process third(probe_service, {"third"});
-    const sp<IBinder> late = find("third");
+    const sp<IBinder> late = await("third");
     EXPECT_EQ(ask(late, kKeep, there).status, android::NO_ERROR);
     EXPECT_EQ(ask(late, kWatch, there).status, android::DEAD_OBJECT);
 }
@@ -101,8 +100,7 @@ TEST_F(BinderTest, ServiceKilledAtAnyMomentLeavesNothingBehind) {
     int files = 0;
     for (int round = 0; round < 25; ++round) {
         child_process service(probe_service, {"victim"});
-        const sp<IBinder> victim = find("victim");
-        ASSERT_NE(victim, nullptr);
+        const sp<IBinder> victim = await("victim");
         const sp<death_counter> told = new death_counter;
         ASSERT_EQ(victim->linkToDeath(told), android::NO_ERROR);
         std::vector<std::thread> callers;

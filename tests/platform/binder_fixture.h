@@ -47,6 +47,12 @@ class BinderTest : public testing::Test {
     static android::sp<android::IBinder> find(const char* name) {
         return android::defaultServiceManager()->checkService(android::String16(name));
     }
+    // One that is known to be there, however slow its process is to answer.
+    static android::sp<android::IBinder> await(const char* name) {
+        android::sp<android::IBinder> found;
+        EXPECT_TRUE(eventually([&] { return (found = find(name)) != nullptr; })) << name;
+        return found;
+    }
     static android::status_t add(const char* name, const android::sp<android::IBinder>& object) {
         return android::defaultServiceManager()->addService(android::String16(name), object);
     }
@@ -69,5 +75,5 @@ class BinderTest : public testing::Test {
 class BinderRemoteTest : public BinderTest {
   protected:
     child_process service_{probe_service, {"probe"}};
-    android::sp<android::IBinder> probe_ = find("probe");
+    android::sp<android::IBinder> probe_ = await("probe");
 };

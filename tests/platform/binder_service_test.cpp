@@ -129,8 +129,7 @@ TEST_F(BinderTest, FolderIsMadePrivateAndMayBeFarDown) {
     struct stat made = {};
     ASSERT_EQ(stat(deep.c_str(), &made), 0);
     EXPECT_EQ(made.st_mode & 07777, 0700U);
-    ASSERT_NE(find("probe"), nullptr);
-    EXPECT_EQ(ask(find("probe"), kEcho, 4, "").number(), 4);
+    EXPECT_EQ(ask(await("probe"), kEcho, 4, "").number(), 4);
 }
 
 TEST_F(BinderTest, FolderThatIsNotPrivateIsRefusedWithOneClearLine) {
@@ -185,22 +184,25 @@ TEST_F(BinderTest, ServiceIsReplacedByALaterOneWhereverThatLives) {
     EXPECT_EQ(find("name"), second);
     {
         child_process other(probe_service, {"name"});
-        const sp<IBinder> remote = find("name");
-        ASSERT_NE(remote, nullptr);
+        const sp<IBinder> remote = await("name");
         EXPECT_NE(remote->remoteBinder(), nullptr);
         child_process again(probe_service, {"name"});
-        EXPECT_NE(find("name"), remote);
+        EXPECT_NE(await("name"), remote);
         EXPECT_TRUE(lists("name"));
         // The one that was replaced leaves the other's socket alone.
         EXPECT_EQ(ask(remote, kExit).status, android::DEAD_OBJECT);
-        EXPECT_EQ(other.wait(), 0);
-        EXPECT_NE(find("name"), nullptr);
+        EXPECT_EQ(other.wait().exit_code, 0);
+        await("name");
     }
     // The socket of the killed one is still there.
     EXPECT_EQ(find("name"), nullptr);
     EXPECT_FALSE(lists("name"));
     ASSERT_EQ(add("name", first), android::NO_ERROR);
     EXPECT_EQ(find("name"), first);
+    // Nobody else finds it without its socket, so we do not either.
+    std::filesystem::remove(folder() + "/name");
+    EXPECT_EQ(find("name"), nullptr);
+    EXPECT_FALSE(lists("name"));
 }
 
 TEST_F(BinderTest, StoppedServiceIsNotWaitedForForEver) {
@@ -208,13 +210,13 @@ TEST_F(BinderTest, StoppedServiceIsNotWaitedForForEver) {
     service.pause();
     EXPECT_EQ(find("probe"), nullptr);
     service.send(SIGCONT);
-    EXPECT_TRUE(eventually([] { return find("probe") != nullptr; }));
+    await("probe");
 }
 
 TEST_F(BinderRemoteTest, SocketsGoWithAnOrderlyExit) {
     EXPECT_FALSE(std::filesystem::is_empty(folder()));
     EXPECT_EQ(ask(probe_, kExit).status, android::DEAD_OBJECT);
-    EXPECT_EQ(service_.wait(), 0);
+    EXPECT_EQ(service_.wait().exit_code, 0);
     EXPECT_TRUE(std::filesystem::is_empty(folder()));
 }
 
@@ -223,16 +225,15 @@ TEST_F(BinderTest, ConnectionsThatAreNotUsedAnyMoreAreClosedOnBothSides) {
     const child_process service(probe_service, {"probe", "second"});
     const auto files_here = [] { return count_entries("fd"); };
     for (int i = 0; i < 10; ++i) {
-        find("probe");
+        await("probe");
     }
-    sp<IBinder> probe_object = find("probe");
+    sp<IBinder> probe_object = await("probe");
     const int here = files_here();
     const int threads = count_entries("task");
     const int there = ask(probe_object, kOpenFiles).number();
     probe_object.clear();
     for (int i = 0; i < 3000; ++i) {
-        const sp<IBinder> found = find("probe");
-        ASSERT_NE(found, nullptr) << i;
+        const sp<IBinder> found = await("probe");
         if (i % 100 == 0) {
             ASSERT_EQ(ask(found, kKeep, sp<IBinder>(new probe)).status, android::NO_ERROR);
             ASSERT_EQ(ask(found, kDrop).status, android::NO_ERROR);
@@ -240,7 +241,7 @@ TEST_F(BinderTest, ConnectionsThatAreNotUsedAnyMoreAreClosedOnBothSides) {
         }
     }
     EXPECT_TRUE(eventually([&] { return files_here() == here - 1; }));
-    probe_object = find("probe");
+    probe_object = await("probe");
     EXPECT_TRUE(eventually([&] { return ask(probe_object, kOpenFiles).number() == there; }));
     EXPECT_LE(count_entries("task"), threads + 4);
     EXPECT_TRUE(eventually([&] { return alive() <= 0; }));

@@ -31,11 +31,7 @@ class Loader : public testing::Test {
         setenv("CORVEX_MODULE_PATH",
                (scratch_.file("first") + "::" + scratch_.file("second")).c_str(), 1);
     }
-    void TearDown() override {
-        property_clear_overrides();
-        unsetenv("CORVEX_MODULE_PATH");
-        unsetenv("CORVEX_PROPERTY_FILE");
-    }
+    void TearDown() override { property_clear_overrides(); }
 
     // Copies a fake module into the scratch folder; answers its path.
     std::string place(const std::string& fake, const std::string& as) {

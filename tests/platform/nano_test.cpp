@@ -37,7 +37,6 @@ TEST(Nano, OpenLogsWhatItIsGivenAndAnswersWhatTheEnvironmentAsksFor) {
         EXPECT_EQ(nano_input_open(&stream, &config), row.result);
         EXPECT_EQ(log.count_containing("ignored") - before, row.warnings);
     }
-    unsetenv("CORVEX_NANO_REFUSE_OPEN");
 }
 
 }  // namespace

@@ -20,10 +20,7 @@
 class PropertyFixture : public testing::Test {
   protected:
     void SetUp() override { setenv("CORVEX_PROPERTY_FILE", path_.c_str(), 1); }
-    void TearDown() override {
-        property_clear_overrides();
-        unsetenv("CORVEX_PROPERTY_FILE");
-    }
+    void TearDown() override { property_clear_overrides(); }
 
     static std::string get(const std::string& key, const char* default_value = nullptr) {
         char value[PROPERTY_VALUE_MAX];

@@ -29,6 +29,11 @@ class TinyalsaWavCapture : public testing::Test {
         SndfileHandle file(path, SFM_WRITE, format, channels, rate);
         file.command(SFC_SET_SCALE_INT_FLOAT_WRITE, nullptr, SF_TRUE);
         file.write(samples.data(), static_cast<sf_count_t>(samples.size()));
+        file = {};
+        // An inode is soon used again, and the clock of files is coarse: each has a time of its
+        // own, so that the library takes none for one that it has read before.
+        static std::filesystem::file_time_type stamp = std::filesystem::last_write_time(path);
+        std::filesystem::last_write_time(path, stamp += std::chrono::seconds(1));
     }
     // Opens, reads and closes, as a stream does between two standbys.
     std::vector<int16_t> record(size_t frames) {

@@ -7,11 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <signal.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 
+#include "tests/support/resource_limit.h"
 #include "tests/support/scratch_dir.h"
 #include "tinyalsa_env.h"
 
@@ -191,17 +190,13 @@ TEST_F(TinyalsaWav, ASecondWriterFindsTheFileBusyAndAStopEndsThePosition) {
 }
 
 TEST_F(TinyalsaWav, AFullDiskKeepsTheWholeFramesAndAValidFile) {
-    rlimit unlimited = {};
-    getrlimit(RLIMIT_FSIZE, &unlimited);
-    const sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
     const pcm_ptr handle = open_pcm(PCM_OUT, kOdd);
-    const rlimit limit = {68 + 8, unlimited.rlim_max};  // two frames and two bytes
-    setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_LT(write_all(handle, "abcdefghi"), 0);
+    {
+        const resource_limit full(RLIMIT_FSIZE, 68 + 8);  // two frames and two bytes
+        EXPECT_LT(write_all(handle, "abcdefghi"), 0);
+    }
     EXPECT_NE(std::string(pcm_get_error(handle.get())).find("no more fits"), std::string::npos);
     EXPECT_EQ(read_file("a.wav"), wav_of("abcdef", kOdd));
-    setrlimit(RLIMIT_FSIZE, &unlimited);
-    signal(SIGXFSZ, handler);
     EXPECT_EQ(write_all(handle, "ghi"), 0) << "goes on when there is room again";
     EXPECT_EQ(read_file("a.wav"), wav_of("abcdefghi", kOdd));
 }
@@ -220,23 +215,24 @@ TEST_F(TinyalsaWav, PositionsMayBeAskedForWhileAPacedWriteWaits) {
     const scoped_env pace("CORVEX_WAV_PACE", "real");
     const pcm_ptr handle = open_pcm(PCM_OUT);
     const std::string data = noise(960 * 4 * 8);
-    std::atomic<bool> done{false};
+    std::atomic<bool> seen_queued{false};
+    std::string written;
     std::thread writer([&] {
-        EXPECT_EQ(write_all(handle, data), 0);
-        done = true;
+        do {
+            EXPECT_EQ(write_all(handle, data), 0);
+            written += data;
+        } while (!seen_queued);
     });
-    bool seen_queued = false;
-    while (!done) {
+    while (!seen_queued) {
         unsigned avail = UINT_MAX;
         timespec stamp = {};
         EXPECT_EQ(pcm_get_htimestamp(handle.get(), &avail, &stamp), 0);
         EXPECT_LE(avail, 960u);
-        seen_queued = seen_queued || avail < 960;
+        seen_queued = avail < 960;
         std::this_thread::yield();
     }
     writer.join();
-    EXPECT_TRUE(seen_queued);
-    EXPECT_TRUE(read_file("a.wav") == wav_of(data));
+    EXPECT_TRUE(read_file("a.wav") == wav_of(written));
 }
 
 TEST(TinyalsaNullPcm, PlaysAndCapturesThroughTheNullDevice) {

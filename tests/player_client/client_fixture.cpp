@@ -11,6 +11,7 @@
 client_test::client_test() {
     setenv("CORVEX_BINDER_DIR", folder_.file("binder").c_str(), 1);
     setenv("CORVEX_BINDER_WAIT_MS", "0", 1);
+    setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "60000", 1);
     android::ProcessState::self()->startThreadPool();
 }
 
@@ -22,6 +23,7 @@ client_test::~client_test() {
 
 void client_test::start_service(where place, bool empty_players) {
     const std::string journal = folder_.file("journal");
+    setenv("CORVEX_BINDER_WAIT_MS", "60000", 1);  // there is one now, however slow
     if (place == where::elsewhere) {
         std::vector<std::string> arguments = {journal};
         if (empty_players) {

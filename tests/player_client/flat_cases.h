@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -18,27 +19,19 @@ struct flat_arguments {
     uint32_t second = 0xEEEEEEEE;
     // Bit n says whether needed argument n is given; the others are null or zero.
     unsigned given = ~0U;
-
-    template <typename T>
-    T* if_given(int place, T* pointer) const {
-        return (given >> place & 1U) != 0 ? pointer : nullptr;
-    }
-    uint32_t if_given(int place, uint32_t value) const {
-        return (given >> place & 1U) != 0 ? value : 0;
-    }
 };
 
 enum class results { none, block, one_word, two_words };
 
 struct flat_case {
-    const char* function;
-    const char* method;  // of the adapter, as its warning names it
+    std::string function;
+    std::string method;  // of the adapter, as its warning names it
     int place;           // of the operation in the service's interface
     int needed;          // arguments that must be given, besides the handle
     int32_t invalid;     // the answer without them
-    int32_t (*call)(void* handle, flat_arguments& with);
-    const char* journal;  // the call as the service sees it
-    results comes_back = results::none;
+    std::function<int32_t(void* handle, flat_arguments& with)> call;
+    std::string journal;  // the call as the service sees it
+    results comes_back;
 };
 
 const std::vector<flat_case>& flat_cases();

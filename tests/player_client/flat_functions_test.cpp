@@ -36,7 +36,7 @@ TEST_P(FlatFunctions, ArriveAsTheyWereCalledAndComeBackWithStatusAndResults) {
         ASSERT_FALSE(calls.empty());
         EXPECT_EQ(calls.back(), row.journal);
         // The shared block is handed over before every player is made.
-        const bool creates = std::string(row.method) == "Create";
+        const bool creates = row.method == "Create";
         EXPECT_EQ(calls.size(), creates ? 2U : 1U);
         EXPECT_EQ(calls.front(), creates ? "SetShareMemory null" : row.journal);
     }
@@ -91,9 +91,8 @@ TEST_F(FlatFunctionsAlone, RefuseEveryCombinationOfMissingArguments) {
             EXPECT_EQ(row.call((given >> row.needed & 1U) != 0 ? handle : nullptr, with),
                       row.invalid);
             expect_results(with, results::none);
-            EXPECT_EQ(log_.lines(),
-                      (std::vector<log_line>{{ANDROID_LOG_ERROR, log_tag,
-                                              std::string(row.function) + " invalid parameter"}}));
+            EXPECT_EQ(log_.lines(), (std::vector<log_line>{{ANDROID_LOG_ERROR, log_tag,
+                                                            row.function + " invalid parameter"}}));
             log_.clear();
         }
     }
@@ -120,9 +119,9 @@ void expect_unconnected(void* handle, const log_recorder& log) {
         flat_arguments with;
         EXPECT_EQ(row.call(handle, with), -19);
         expect_results(with, results::none);
-        EXPECT_EQ(log.count(ANDROID_LOG_WARN, log_tag,
-                            std::string(row.method) + " ZuAvPlayer has not been inited"),
-                  1);
+        EXPECT_EQ(
+            log.count(ANDROID_LOG_WARN, log_tag, row.method + " ZuAvPlayer has not been inited"),
+            1);
     }
 }
 

@@ -1,12 +1,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <dirent.h>
-#include <sys/resource.h>
 
 #include "player_client/player_functions.h"
 #include "tests/player_client/client_fixture.h"
 #include "tests/support/faults.h"
+#include "tests/support/resource_limit.h"
 
 namespace {
 
@@ -21,21 +20,6 @@ void create_player(void* handle) {
     uint32_t player = 0;
     ZUAVPLAYER_Create(handle, "attr", &player, 4);
 }
-
-// No descriptor can be had while this lives.
-class no_descriptors {
-  public:
-    no_descriptors() {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        rlimit none = before_;
-        none.rlim_cur = 0;
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~no_descriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-
-  private:
-    rlimit before_{};
-};
 
 TEST_P(SharedBlock, IsThereFromInitToDeInit) {
     open();
@@ -89,7 +73,7 @@ TEST_F(client_test, InitGoesOnWithoutABlockWhereThereIsNoMemoryForIt) {
     start_service(where::elsewhere);
     open();
     {
-        const no_descriptors shortage;
+        const resource_limit no_descriptors(RLIMIT_NOFILE, 0);
         EXPECT_EQ(ZUAVPLAYER_Init(handle_), status_of(2));
     }
     EXPECT_EQ(log_.count(ANDROID_LOG_ERROR, log_tag, "new MemoryHeapBase failed"), 1);
@@ -100,7 +84,7 @@ TEST_F(client_test, InitGoesOnWithoutABlockWhereThereIsNoMemoryForIt) {
     void* const block = ZUAVPLAYER_GetCblk(handle_);
     ASSERT_NE(block, nullptr);
     {
-        const no_descriptors shortage;
+        const resource_limit no_descriptors(RLIMIT_NOFILE, 0);
         ZUAVPLAYER_Init(handle_);
     }
     EXPECT_EQ(ZUAVPLAYER_GetCblk(handle_), block);

@@ -1,50 +1,26 @@
 // zuavplayerd as a process: how it starts, how it ends, and clients of other processes.
 #include <condition_variable>
-#include <cstdio>
-#include <fcntl.h>
 #include <filesystem>
 #include <functional>
 #include <mutex>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 #include <utils/String16.h>
 
 #include "player_service/options.h"
-#include "tests/player_service/encoded_stream.h"
 #include "tests/player_service/service_fixture.h"
 #include "tests/player_service/wav_contents.h"
 #include "tests/support/child_process.h"
+#include "tests/support/encoded_stream.h"
 #include "tests/support/test_audio.h"
 
 namespace {
 
 using namespace android;
-using words = std::vector<std::string>;
 
 constexpr auto kLimit = std::chrono::seconds(60);
-
-// Counts what it is told of the number of players.
-class player_count : public BnZuAvplayerObserver {
-  public:
-    void onMessage(int, void* data, uint32_t, int) override {
-        const std::lock_guard<std::mutex> guard(mutex_);
-        std::memcpy(&players_, data, sizeof players_);
-        changed_.notify_all();
-    }
-    bool await(uint32_t players) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, kLimit, [&] { return players_ == players; });
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    uint32_t players_ = 0xFFFFFFFF;
-};
 
 class death_notice : public IBinder::DeathRecipient {
   public:
@@ -68,7 +44,7 @@ class Daemon : public testing::Test {
   protected:
     Daemon() {
         setenv("CORVEX_BINDER_DIR", folder_.file("services").c_str(), 1);
-        setenv("CORVEX_BINDER_WAIT_MS", "0", 1);
+        setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "60000", 1);
         ProcessState::self()->startThreadPool();
     }
 
@@ -77,38 +53,14 @@ class Daemon : public testing::Test {
         all.insert(all.end(), more.begin(), more.end());
         return all;
     }
-    static sp<IZuAvPlayer> connect() {
-        const auto service = interface_cast<IZuAvPlayerService>(
-            defaultServiceManager()->checkService(String16(kZuAvPlayerServiceName)));
-        return service == nullptr ? nullptr : service->getPlayer();
+    static sp<IBinder> find(const char* wait_ms) {
+        setenv("CORVEX_BINDER_WAIT_MS", wait_ms, 1);
+        return defaultServiceManager()->getService(String16(kZuAvPlayerServiceName));
     }
-
-    // Runs it to its end: its exit code, and what it printed.
-    struct ended {
-        int code;
-        std::string out;
-        std::string err;
-    };
-    static ended run(const words& arguments) {
-        words all = arguments;
-        all.insert(all.begin(), CORVEX_ZUAVPLAYERD);
-        std::vector<char*> argv;
-        for (std::string& word : all) {
-            argv.push_back(word.data());
-        }
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t files;
-        posix_spawn_file_actions_init(&files);
-        constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC;
-        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "printed.out", flags, 0600);
-        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "printed.err", flags, 0600);
-        pid_t pid = -1;
-        EXPECT_EQ(posix_spawn(&pid, argv[0], &files, nullptr, argv.data(), environ), 0);
-        posix_spawn_file_actions_destroy(&files);
-        int status = -1;
-        EXPECT_EQ(waitpid(pid, &status, 0), pid);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents("printed.out"),
-                contents("printed.err")};
+    // To a daemon that is known to be there, however slow it is to answer.
+    static sp<IZuAvPlayer> connect() {
+        const auto service = interface_cast<IZuAvPlayerService>(find("60000"));
+        return service == nullptr ? nullptr : service->getPlayer();
     }
 
     const scratch_dir folder_;
@@ -122,10 +74,9 @@ TEST_F(Daemon, StopsInOrderOnSignalsAndCanBeStartedAgain) {
         const uint32_t player = client.create_running(ZU_ADEC_PCM, 2, 48000);
         ASSERT_EQ(client.send(player, 1024), 0);
         daemon.send(number);
-        const int status = daemon.wait();
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+        EXPECT_EQ(daemon.wait().exit_code, 0);
         EXPECT_EQ(client.get_buf(player, 4), DEAD_OBJECT);
-        EXPECT_EQ(connect(), nullptr);
+        EXPECT_EQ(find("0"), nullptr);
     }
 }
 
@@ -137,6 +88,10 @@ TEST_F(Daemon, PlaysWhatAnotherProcessSends) {
     client.feed(player, bytes_of(frames));
     ASSERT_EQ(client.stop_at_end(player), 0);
     EXPECT_TRUE(wav_contents("out.wav").samples == samples_of(frames));
+    const zu_stream_info info = client.info(player);
+    EXPECT_EQ(info.units, 30U);
+    EXPECT_EQ(info.damaged_units, 0U);
+    EXPECT_EQ(info.rate_hz, 48000U);
     EXPECT_NE(contents("sync.csv"), "") << "its first line is there";
 }
 
@@ -149,14 +104,13 @@ TEST_F(Daemon, EndsWithAnErrorWhenSoundWasLost) {
     client.feed(player, bytes_of(encode(codec::ac3, {2, 48000}, 5)));
     ASSERT_EQ(client.stop_at_end(player), 0);
     daemon.send(SIGTERM);
-    const int status = daemon.wait();
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+    EXPECT_EQ(daemon.wait().exit_code, 1);
 }
 
 TEST_F(Daemon, RefusesToStartBesideAnotherAndReplacesAKilledOne) {
     child_process first(CORVEX_ZUAVPLAYERD, with({}));
-    const ended second = run(with({}));
-    EXPECT_EQ(second.code, 1);
+    const finished second = run_to_end(CORVEX_ZUAVPLAYERD, with({}));
+    EXPECT_EQ(second.exit_code, 1);
     EXPECT_EQ(second.out, "");
     EXPECT_NE(second.err.find("another service answers in"), std::string::npos) << second.err;
     EXPECT_NE(connect(), nullptr);
@@ -165,47 +119,12 @@ TEST_F(Daemon, RefusesToStartBesideAnotherAndReplacesAKilledOne) {
     EXPECT_NE(connect(), nullptr);
 }
 
-TEST_F(Daemon, FreesWhatAKilledClientHad) {
-    child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free"}));
-    const sp<IZuAvPlayer> watcher = connect();
-    ASSERT_NE(watcher, nullptr);
-    const sp<player_count> count = new player_count;
-    ASSERT_EQ(watcher->RM_init(), 0);
-    ASSERT_EQ(watcher->RM_RegisterCallback(nullptr, count, 0), 0);
-    for (int i = 0; i < 3; ++i) {
-        child_process client(CORVEX_SERVICE_CLIENT, {});
-        EXPECT_TRUE(count->await(1));
-        client.end();
-        EXPECT_TRUE(count->await(0));
-    }
-    // The first one's file is continued, so it was given back.
-    daemon.send(SIGTERM);
-    daemon.wait();
-    EXPECT_EQ(contents("out-2.wav"), "");
-}
-
-TEST_F(Daemon, LeavesAReadableFileWhenItIsKilled) {
-    child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free"}));
-    const test_client client(connect());
-    const uint32_t player = client.create_running(ZU_ADEC_PCM, 2, 48000);
-    client.feed(player, std::vector<int16_t>(2 * 48000, 9));
-    while (client.info(player).frames < 20000) {
-        usleep(1000);
-    }
-    daemon.end();
-    const wav_contents played("out.wav");
-    ASSERT_GE(played.frames(), 20000U);
-    EXPECT_EQ(std::count(played.samples.begin(), played.samples.end(), 9),
-              static_cast<ptrdiff_t>(played.samples.size()));
-}
-
 TEST_F(Daemon, ExitsWithItsParent) {
     const std::string command =
         std::string(CORVEX_ZUAVPLAYERD) + " --exit-with-parent --device none & echo $! >pid; wait";
     // The shell passes the daemon's first line on.
     child_process shell("/bin/sh", {"-c", command});
-    const sp<IBinder> service =
-        defaultServiceManager()->checkService(String16(kZuAvPlayerServiceName));
+    const sp<IBinder> service = find("60000");
     ASSERT_NE(service, nullptr);
     const sp<death_notice> notice = new death_notice;
     ASSERT_EQ(service->linkToDeath(notice), NO_ERROR);
@@ -238,8 +157,8 @@ TEST_F(Daemon, RefusesWhatCannotWorkWithOneClearLine) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.says);
-        const ended got = run(row.arguments);
-        EXPECT_EQ(got.code, row.code);
+        const finished got = run_to_end(CORVEX_ZUAVPLAYERD, row.arguments);
+        EXPECT_EQ(got.exit_code, row.code);
         EXPECT_EQ(got.out, "");
         const size_t own = got.err.find("zuavplayerd: ");
         ASSERT_NE(own, std::string::npos) << got.err;
@@ -251,8 +170,8 @@ TEST_F(Daemon, RefusesWhatCannotWorkWithOneClearLine) {
     player_service::daemon_options options;
     player_service::choose_output("auto", options, "no/cards/here");
     EXPECT_EQ(options.target.what, player_service::output_target::kind::nowhere);
-    const ended help = run({"--help"});
-    EXPECT_EQ(help.code, 0);
+    const finished help = run_to_end(CORVEX_ZUAVPLAYERD, {"--help"});
+    EXPECT_EQ(help.exit_code, 0);
     EXPECT_NE(help.out.find("--timeline"), std::string::npos);
 }
 

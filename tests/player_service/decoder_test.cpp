@@ -7,7 +7,7 @@
 #include <zuavplayer/player_types.h>
 
 #include "player_service/playback/sound_decoder.h"
-#include "tests/player_service/encoded_stream.h"
+#include "tests/support/encoded_stream.h"
 
 namespace player_service {
 namespace {

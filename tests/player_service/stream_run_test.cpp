@@ -93,35 +93,6 @@ class StreamRun : public testing::Test {
                     }};
 };
 
-TEST_F(StreamRun, CountsRoomToTheByte) {
-    EXPECT_EQ(run_.reserve(1001), answer::full);
-    EXPECT_EQ(put(1), answer::refused) << "nothing was reserved";
-    EXPECT_EQ(send(999), answer::done);
-    EXPECT_EQ(run_.held_bytes(), 999U);
-    EXPECT_EQ(run_.reserve(2), answer::full);
-    EXPECT_EQ(run_.reserve(1), answer::done);
-    EXPECT_EQ(put(2), answer::refused) << "more than was reserved";
-    EXPECT_EQ(put(1), answer::done);
-    EXPECT_EQ(put(1), answer::refused) << "the reservation is used up";
-    EXPECT_EQ(run_.reserve(1), answer::full);
-    run_.set_room(1001);
-    EXPECT_EQ(run_.reserve(2), answer::full);
-    EXPECT_EQ(run_.reserve(1), answer::done);
-    run_.set_room(10);
-    EXPECT_EQ(run_.reserve(1), answer::full) << "more is held than there is room";
-    EXPECT_EQ(run_.drop(), 1000U);
-}
-
-TEST_F(StreamRun, ConsumesInOrderOnceItPlays) {
-    ASSERT_EQ(send(3), answer::done);
-    ASSERT_EQ(send(2), answer::done);
-    EXPECT_EQ(run_.held_bytes(), 5U);
-    run_.set_playing(true);
-    ASSERT_TRUE(kept_->await_bytes(5));
-    EXPECT_EQ(kept_->bytes, (std::vector<uint8_t>{0, 0, 0, 1, 1}));
-    EXPECT_EQ(run_.held_bytes(), 0U);
-}
-
 TEST_F(StreamRun, HoldsTheConsumerWhilePausedInTheMiddleOfAChunk) {
     kept_->let_go = false;
     run_.set_playing(true);
@@ -146,17 +117,6 @@ TEST_F(StreamRun, DropEndsAWaitingConsumerAndTellsWhatWasLost) {
     EXPECT_TRUE(kept_->bytes.empty());
     EXPECT_EQ(run_.reserve(1), answer::ending);
     EXPECT_EQ(run_.drop(), 7U) << "a second drop changes nothing";
-}
-
-TEST_F(StreamRun, DrainPlaysAllThatIsHeldAndTakesNoMore) {
-    ASSERT_EQ(send(500), answer::done);
-    ASSERT_EQ(send(500), answer::done);
-    run_.set_playing(true);
-    EXPECT_TRUE(run_.drain(kLimit));
-    EXPECT_EQ(kept_->bytes.size(), 1000U);
-    EXPECT_TRUE(kept_->finished);
-    EXPECT_EQ(run_.reserve(1), answer::ending);
-    EXPECT_EQ(run_.drop(), 0U);
 }
 
 TEST_F(StreamRun, DrainEndsEarlyWhenItsTimeIsUpAndWhenDropped) {

@@ -2,9 +2,9 @@
 #include <future>
 #include <numeric>
 
-#include "tests/player_service/encoded_stream.h"
 #include "tests/player_service/service_fixture.h"
 #include "tests/player_service/wav_contents.h"
+#include "tests/support/encoded_stream.h"
 #include "tests/support/test_audio.h"
 
 namespace player_service {
@@ -111,28 +111,6 @@ TEST_F(Streaming, PlaysPcmBitForBitToTheEnd) {
     ASSERT_EQ(client_->GetAudioPlaytime(player, &played_ms, &pts_ms), 0);
     EXPECT_EQ(played_ms, 416U);
     EXPECT_EQ(pts_ms, ZU_PTS_NONE);
-}
-
-TEST_F(Streaming, PlaysCompressedStreamsAsFfmpegDecodesThem) {
-    const audio_format format = {6, 48000};
-    std::vector<int16_t> expected;
-    for (const codec which : {codec::ac3, codec::eac3}) {
-        const std::vector<encoded_frame> frames = encode(which, format, 20);
-        const uint32_t player = client_.create_running(ZU_ADEC_AC3, 0, 0);
-        set_room(player, 4096);
-        client_.feed(player, bytes_of(frames));
-        ASSERT_EQ(client_.stop_at_end(player), 0);
-        const std::vector<int16_t> decoded = samples_of(frames);
-        expected.insert(expected.end(), decoded.begin(), decoded.end());
-        const zu_stream_info info = client_.info(player);
-        EXPECT_EQ(info.frames, decoded.size() / 6);
-        EXPECT_EQ(info.units, 20U);
-        EXPECT_EQ(info.damaged_units, 0U);
-        EXPECT_EQ(info.rate_hz, 48000U);
-    }
-    const wav_contents played("out.wav");
-    EXPECT_EQ(played.format, format);
-    EXPECT_TRUE(played.samples == expected);
 }
 
 TEST_F(Streaming, StopWithoutAnOptionDropsWhatIsQueuedAndCountsAnew) {

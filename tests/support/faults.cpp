@@ -77,14 +77,16 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     return fails(mutex) ? EINVAL : result;
 }
 int __wrap_clock_gettime(clockid_t clock, struct timespec* time) {
-    const int result = __real_clock_gettime(clock, time);
-    const uint64_t ns = static_cast<uint64_t>(time->tv_nsec) + plan.clock_offset_us * 1000;
-    time->tv_sec += static_cast<time_t>(ns / 1'000'000'000);
-    time->tv_nsec = static_cast<long>(ns % 1'000'000'000);
-    return plan.clock_gettime_result != 0 ? plan.clock_gettime_result : result;
+    if (clock != CLOCK_MONOTONIC) {
+        return __real_clock_gettime(clock, time);
+    }
+    time->tv_sec = static_cast<time_t>(plan.clock_us / 1'000'000);
+    time->tv_nsec = static_cast<long>(plan.clock_us % 1'000'000 * 1000);
+    return plan.clock_gettime_result;
 }
 int __wrap_usleep(useconds_t duration_us) {
     plan.sleeps_us.push_back(duration_us);
+    ++plan.clock_us;
     if (plan.in_usleep) {
         plan.in_usleep();
     }

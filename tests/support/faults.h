@@ -17,9 +17,9 @@ struct fault_plan {
     // Mutexes that report a failure of every lock and unlock, though they do lock and unlock.
     std::vector<const pthread_mutex_t*> failing_mutexes;
     int clock_gettime_result = 0;
-    uint64_t clock_offset_us = 0;  // what the clock shows beyond the time that it is
+    uint64_t clock_us = 3'600'000'000;  // of CLOCK_MONOTONIC, which only a test moves
 
-    // What usleep was asked for. It does not sleep.
+    // What usleep was asked for. It does not sleep, and moves the clock by a microsecond.
     std::vector<uint64_t> sleeps_us;
     std::function<void()> in_usleep;
     int usleep_result = 0;  // of the next call only

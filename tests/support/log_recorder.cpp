@@ -1,6 +1,8 @@
 #include "tests/support/log_recorder.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <ostream>
 
@@ -26,6 +28,14 @@ std::ostream& operator<<(std::ostream& stream, const log_line& line) {
     return stream << '[' << line.priority << ' ' << line.tag << "] \"" << line.text << '"';
 }
 
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts) {
+        all += (all.empty() ? "" : " | ") + text;
+    }
+    return all;
+}
+
 log_recorder::log_recorder() {
     clear();
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
@@ -40,6 +50,23 @@ log_recorder::~log_recorder() {
 std::vector<log_line> log_recorder::lines() const {
     const std::lock_guard<std::mutex> lock(lines_mutex);
     return recorded_lines;
+}
+
+std::vector<std::string> log_recorder::texts(
+    const std::map<const void*, std::string>& names) const {
+    std::vector<std::string> all;
+    for (const log_line& line : lines()) {
+        all.push_back(line.text);
+        for (const auto& [address, name] : names) {
+            char shown[32];
+            snprintf(shown, sizeof(shown), "%p", address);
+            const size_t at = all.back().find(shown);
+            if (at != std::string::npos) {
+                all.back().replace(at, strlen(shown), name);
+            }
+        }
+    }
+    return all;
 }
 
 void log_recorder::clear() {

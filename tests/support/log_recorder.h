@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ struct log_line {
 bool operator==(const log_line& a, const log_line& b);
 std::ostream& operator<<(std::ostream& stream, const log_line& line);
 
+// Such texts as one, for tables.
+std::string joined(const std::vector<std::string>& texts);
+
 class log_recorder {
   public:
     log_recorder();
@@ -25,6 +29,8 @@ class log_recorder {
 
     // All lines since the start or the last clear(), in the order in which they were logged.
     std::vector<log_line> lines() const;
+    // Their texts, in which the printed addresses stand under such names.
+    std::vector<std::string> texts(const std::map<const void*, std::string>& names = {}) const;
     void clear();
 
     // Lines of exactly this text; of any priority and tag where those are not given.

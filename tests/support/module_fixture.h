@@ -2,6 +2,7 @@
 // borders.
 #pragma once
 
+#include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -52,6 +53,18 @@ class module_test : public ::testing::Test {
     int last_result = 0;
     int opens = 0;
 };
+
+// Every slot of a table of operations, in its order: 1 for an operation, 0 for null.
+template <typename Table>
+std::string slots_of(const Table& table) {
+    void* slots[sizeof(table) / sizeof(void*)];
+    memcpy(slots, &table, sizeof(slots));
+    std::string present;
+    for (const void* each : slots) {
+        present += each != nullptr ? '1' : '0';
+    }
+    return present;
+}
 
 // For tests that hold no lock because no other thread is about.
 inline bool& standby_of(struct audio_stream_out* stream)

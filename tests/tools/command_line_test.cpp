@@ -72,7 +72,7 @@ TEST(CommandLine, ErrorsAreOneLineAndAStatus) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.arguments));
-        run_program(row.arguments, row.variables).expect_error(row.exit_code, row.says);
+        expect_error(run_program(row.arguments, row.variables), row.exit_code, row.says);
     }
     EXPECT_EQ(read_samples("in.wav"), noise(960)) << "no error may touch the input";
 }
@@ -80,7 +80,7 @@ TEST(CommandLine, ErrorsAreOneLineAndAStatus) {
 TEST(CommandLine, OutputThatCannotBeWrittenIsAFailure) {
     const scratch_dir dir;
     std::filesystem::create_symlink("/dev/full", "printed.out");
-    run_program({"--version"}).expect_error(1, "standard output");
+    expect_error(run_program({"--version"}), 1, "standard output");
 }
 
 // Each row is a run in the same folder, so that what one sets the next one finds.

@@ -95,26 +95,26 @@ struct direct_command : testing::Test {
 TEST_F(direct_command, CompressedSoundIsSentAsItIsWithItsTimes) {
     constexpr int packets = 40;
     const struct {
-        const char* codec;
-        int channels;
+        codec which;
+        unsigned channels;
         words options;
         char version;
         size_t offset;
         const char* opened;
     } rows[] = {
-        {"ac3", 2, {}, 2, 20, "48000 3 150994944 2 65"},
-        {"eac3", 6, {"--cut", "random:3"}, 2, 48, "48000 63 167772160 2 65"},
-        {"ac3",
+        {codec::ac3, 2, {}, 2, 20, "48000 3 150994944 2 65"},
+        {codec::eac3, 6, {"--cut", "random:3"}, 2, 48, "48000 63 167772160 2 65"},
+        {codec::ac3,
          6,
          {"--cut", "1,2,19,700", "--data-offset", "23"},
          2,
          23,
          "48000 63 150994944 2 65"},
-        {"eac3", 2, {"--header-version", "1", "--cut", "17"}, 1, 16, "48000 3 167772160 2 65"},
+        {codec::eac3, 2, {"--header-version", "1", "--cut", "17"}, 1, 16, "48000 3 167772160 2 65"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.codec) + " " + std::to_string(row.offset));
-        const std::vector<std::string> sent = encode(row.codec, row.channels, packets);
+        SCOPED_TRACE(row.opened);
+        const std::vector<std::string> sent = packets_of(row.which, row.channels, packets);
         const std::string all = std::accumulate(sent.begin(), sent.end(), std::string());
         write_bytes("in.media", all);
         words options = row.options;
@@ -139,10 +139,10 @@ TEST_F(direct_command, CompressedSoundIsSentAsItIsWithItsTimes) {
 }
 
 TEST_F(direct_command, ContainersGiveTheirPacketsAndTimes) {
-    const std::vector<std::string> sent = encode("ac3", 2, 500);
+    const std::vector<std::string> sent = packets_of(codec::ac3, 2, 500);
     for (const char* file : {"in.mkv", "in.mp4"}) {
         SCOPED_TRACE(file);
-        mux(file, "ac3", 2, sent, 256);
+        mux(file, codec::ac3, 2, sent, 256);
         const finished all = run("tunnel", {file, "-d", "none"}, {"FAKE_position=768000"});
         EXPECT_EQ(all.exit_code, 0) << all.err;
         const auto frames = unframe(written, 2, 20);
@@ -196,7 +196,7 @@ TEST_F(direct_command, OtherSoundIsDecodedToSixteenBits) {
             frames += frame.payload.size() / frame_bytes;
         }
     }
-    write_bytes("in.ac3", encode("ac3", 2, 1)[0]);
+    write_bytes("in.ac3", packets_of(codec::ac3, 2, 1)[0]);
     run("passthrough", {"in.ac3", "-d", "none", "--decode"});
     EXPECT_TRUE(has(calls, "open_output_stream 48000 3 1 2 1")) << calls;
     EXPECT_EQ(written.size(), 1536U * 4);
@@ -306,8 +306,8 @@ TEST_F(direct_command, AServiceThatFailsIsNamed) {
         EXPECT_TRUE(has(result.err, row.says)) << result.err;
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
     }
-    run_with_fake({}, {"sync", "--service", "running"}).expect_error(1, "no player service runs");
-    run_with_fake({}, {"sync", "--service", "./absent"}).expect_error(1, "absent");
+    expect_error(run_with_fake({}, {"sync", "--service", "running"}), 1, "no player service runs");
+    expect_error(run_with_fake({}, {"sync", "--service", "./absent"}), 1, "absent");
 }
 
 TEST_F(direct_command, ASignalEndsInOrder) {
@@ -358,7 +358,7 @@ TEST(DirectCommandLine, ErrorsAreOneLineAndStartNothing) {
         if (!has(testing::PrintToString(arguments), "--service\"")) {
             arguments.insert(arguments.end(), {"--service", FAKE_SERVICE_FILE});
         }
-        run_with_fake({}, arguments).expect_error(row.exit_code, row.says);
+        expect_error(run_with_fake({}, arguments), row.exit_code, row.says);
         EXPECT_FALSE(fs::exists("service_calls"));
         EXPECT_FALSE(fs::exists("calls"));
     }

@@ -33,14 +33,14 @@ TEST(LoopCommand, CountsTheFramesBetweenWriteAndRead) {
 TEST(LoopCommand, SaysWhenNothingComesBack) {
     const scratch_dir dir;
     const auto sound = noise(2 * 100'000);
-    loop({}).expect_error(1, "did not come back from ALSA PCM 'null' (its peak was silence)");
+    expect_error(loop({}), 1, "did not come back from ALSA PCM 'null' (its peak was silence)");
     write_bytes("sound", {reinterpret_cast<const char*>(sound.data()), sound.size() * 2});
-    loop({}).expect_error(1, "did not come back");
-    loop({"FAKE_in_delay=90000"}).expect_error(1, "did not come back");
-    loop({"FAKE_in_delay=0", "FAKE_in_log=hpi_open failed(fffffff4)"})
-        .expect_error(1, "could not open the card");
-    loop({"FAKE_in_delay=0", "FAKE_write=fail"}).expect_error(1, "write answered -5");
-    loop({"FAKE_open_input=-12"}).expect_error(1, "refuses a primary input stream: -12");
+    expect_error(loop({}), 1, "did not come back");
+    expect_error(loop({"FAKE_in_delay=90000"}), 1, "did not come back");
+    expect_error(loop({"FAKE_in_delay=0", "FAKE_in_log=hpi_open failed(fffffff4)"}), 1,
+                 "could not open the card");
+    expect_error(loop({"FAKE_in_delay=0", "FAKE_write=fail"}), 1, "write answered -5");
+    expect_error(loop({"FAKE_open_input=-12"}), 1, "refuses a primary input stream: -12");
     EXPECT_EQ(loop({"FAKE_in_delay=0", "FAKE_in_signal=1"}).exit_code, 130);
 }
 

@@ -2,11 +2,10 @@
 // the file, whatever the cuts.
 
 #include <gtest/gtest.h>
-#include <numeric>
 
+#include "tests/support/encoded_stream.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
-#include "tests/tools/encoded_sound.h"
 #include "tests/tools/subprocess.h"
 
 namespace {
@@ -27,26 +26,28 @@ void expect_sound(const finished& result, const std::vector<int16_t>& samples, i
 
 TEST(RealDirect, CompressedSoundIsDecodedBitForBit) {
     const struct {
-        const char* codec;
-        int channels;
+        codec which;
+        unsigned channels;
         words framing;
         const char* cut;
     } rows[] = {
-        {"ac3", 2, {}, "random:1"},
-        {"ac3", 6, {"--header-version", "1"}, "1000,1,2,3"},
-        {"eac3", 6, {"--data-offset", "20"}, "random:2"},
-        {"eac3", 2, {}, "17"},
+        {codec::ac3, 2, {}, "random:1"},
+        {codec::ac3, 6, {"--header-version", "1"}, "1000,1,2,3"},
+        {codec::eac3, 6, {"--data-offset", "20"}, "random:2"},
+        {codec::eac3, 2, {}, "17"},
     };
     const scratch_dir dir;
     for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.codec) + " " + row.cut);
-        const std::vector<std::string> packets = encode(row.codec, row.channels, 40);
-        write_bytes("in.media", std::accumulate(packets.begin(), packets.end(), std::string()));
-        const std::vector<int16_t> expected = decode(row.codec, packets);
+        SCOPED_TRACE(row.cut);
+        const std::vector<encoded_frame> frames = encode(row.which, {row.channels, 48000}, 40);
+        const std::vector<uint8_t> bytes = bytes_of(frames);
+        write_bytes("in.media", {bytes.begin(), bytes.end()});
+        const std::vector<int16_t> expected = samples_of(frames);
         words options = row.framing;
         options.insert(options.end(), {"--cut", row.cut});
-        expect_sound(run("tunnel", options), expected, row.channels);
-        expect_sound(run("passthrough", {"--cut", row.cut}), expected, row.channels);
+        expect_sound(run("tunnel", options), expected, static_cast<int>(row.channels));
+        expect_sound(run("passthrough", {"--cut", row.cut}), expected,
+                     static_cast<int>(row.channels));
     }
 }
 

@@ -71,7 +71,7 @@ TEST_F(record_command, WhatWasNotRecordedIsAFailureAndKeepsTheEarlierFile) {
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::PrintToString(row.variables));
         write_bytes("out.wav", "from an earlier run");
-        record(row.variables, {"-s", "1"}).expect_error(1, row.says);
+        expect_error(record(row.variables, {"-s", "1"}), 1, row.says);
         EXPECT_TRUE(has(calls, "close_device\n")) << "failure must close what was opened";
         if (row.recorded) {
             EXPECT_EQ(read_samples("out.wav"),
@@ -94,8 +94,8 @@ TEST_F(record_command, ASignalEndsInOrder) {
 
 TEST_F(record_command, OnlyARegularFileIsWritten) {
     std::filesystem::create_symlink("/dev/full", "full.wav");
-    run_with_fake({}, {"record", "full.wav", "-d", "null", "-s", "1"})
-        .expect_error(1, "no regular file");
+    expect_error(run_with_fake({}, {"record", "full.wav", "-d", "null", "-s", "1"}), 1,
+                 "no regular file");
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 #include <algorithm>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 
+#include "tests/support/resource_limit.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
 #include "tools/level_meter.h"
@@ -39,20 +38,14 @@ TEST(LevelMeter, ShowsTheLoudestSampleOfEitherSign) {
 // What a recording is written to has its room, or says that it has none.
 TEST(WavWriter, AFullDiskIsAnErrorAndTheFileKeepsWhatFitted) {
     const scratch_dir dir;
-    rlimit unlimited = {};
-    getrlimit(RLIMIT_FSIZE, &unlimited);
-    const sighandler_t handler = signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit = {3000, unlimited.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
     const auto samples = noise(2 * 500);
     {
+        const resource_limit full(RLIMIT_FSIZE, 3000);
         wav_writer file("out.wav", 48000, 2);
         file.append(samples.data(), 500);
         EXPECT_THROW(file.append(samples.data(), 500), tool_error);
         EXPECT_THROW(wav_writer("no/out.wav", 48000, 2).append(samples.data(), 1), tool_error);
     }
-    setrlimit(RLIMIT_FSIZE, &unlimited);
-    signal(SIGXFSZ, handler);
     const auto kept = read_samples("out.wav");
     ASSERT_GE(kept.size(), samples.size());
     EXPECT_TRUE(std::equal(samples.begin(), samples.end(), kept.begin()));

@@ -35,14 +35,13 @@ void listener::stop() {
     }
 }
 
-bool listener::is_replaced() const {
+bool listener::has_name() const {
     socket_identity now;
-    return identify(directory_.get(), file_, &now) && !(now == identity_);
+    return identify(directory_.get(), file_, &now) && now == identity_;
 }
 
 void listener::remove_file() const {
-    socket_identity now;
-    if (identify(directory_.get(), file_, &now) && now == identity_) {
+    if (has_name()) {
         unlinkat(directory_.get(), file_.c_str(), 0);
     }
 }

@@ -23,8 +23,8 @@ class listener : public endpoint, public std::enable_shared_from_this<listener> 
     bool start();
     void stop();
 
-    // Whether another one has the name now.
-    bool is_replaced() const;
+    // Whether the name is still this one's: not taken over by another one, nor removed.
+    bool has_name() const;
     // Gives the name back, if it is still ours.
     void remove_file() const;
 

@@ -121,7 +121,7 @@ android::status_t register_service(const android::String16& name,
 android::sp<android::IBinder> find_own_service(const android::String16& name) {
     const std::lock_guard<std::mutex> lock(own().mutex);
     const auto found = own().services.find(name);
-    if (found == own().services.end() || found->second.socket->is_replaced()) {
+    if (found == own().services.end() || !found->second.socket->has_name()) {
         return nullptr;
     }
     return found->second.object;
@@ -131,7 +131,7 @@ std::vector<android::String16> list_own_services() {
     std::vector<android::String16> names;
     const std::lock_guard<std::mutex> lock(own().mutex);
     for (const auto& [name, service] : own().services) {
-        if (!service.socket->is_replaced()) {
+        if (service.socket->has_name()) {
             names.push_back(name);
         }
     }

@@ -12,7 +12,8 @@ namespace corvex_binder {
 android::status_t register_service(const android::String16& name,
                                    const android::sp<android::IBinder>& service);
 
-// A service of this process, unless another process has taken over its name.
+// A service of this process, as long as others would find it too: not where another process has
+// taken over its name, or somebody has removed its socket.
 android::sp<android::IBinder> find_own_service(const android::String16& name);
 
 std::vector<android::String16> list_own_services();

@@ -1,4 +1,4 @@
-#include "tests/player_service/encoded_stream.h"
+#include "tests/support/encoded_stream.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
