@@ -148,8 +148,7 @@ int adev_close(struct hw_device_t* device) {
         return -EINVAL;
     }
     hdo_deinit();
-    // `common` is the first member of the device, so this is the device's own address.
-    hal_device* const adev = to_hal_device(reinterpret_cast<const struct audio_hw_device*>(device));
+    hal_device* const adev = to_hal_device(device);
     give_back_hw_sync_source(adev);
     destroy_device(adev);
     adev_instance = nullptr;

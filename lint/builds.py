@@ -33,6 +33,8 @@ PATHS = ["srcs", "version_script", "local_include_dirs", "export_include_dirs"]
 DIFFERENCES = [
     ("CMake", "cflags", "-fPIC", "Soong compiles every shared library so"),
     ("CMake", "cflags", "-Wno-c++20-designator", "Android 9's clang has no such name; without -Wpedantic none warns"),
+    ("CMake", "cflags", "-D_FILE_OFFSET_BITS=64", "a tree's own libraries, which share off_t with the module, are built "
+     "without it"),
     ("CMake", "cflags", "-D*_EXPORTS", "CMake adds it; no source looks at it"),
     ("CMake", "ldflags", "-Wl,--no-undefined", "Soong links every shared library so"),
     ("CMake", "ldflags", "-Wl,-rpath,*", "a device's libraries are where its linker looks"),

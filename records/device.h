@@ -9,6 +9,7 @@
 #include <hardware/audio.h>
 
 #include "diag/lock.h"
+#include "records/record_cast.h"
 
 constexpr uint32_t hw_sync_id_none = 0xFFFFFFFF;
 
@@ -31,5 +32,10 @@ static_assert(offsetof(hal_device, device) == 0);
 
 // The framework's device pointer, taken back as the record.
 inline hal_device* to_hal_device(const struct audio_hw_device* device) {
-    return reinterpret_cast<hal_device*>(const_cast<struct audio_hw_device*>(device));
+    return record_at<hal_device>(device);
+}
+
+// The same from what it is closed with: `common` is the first member of the platform's device.
+inline hal_device* to_hal_device(const struct hw_device_t* common) {
+    return record_at<hal_device>(common);
 }

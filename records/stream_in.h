@@ -12,6 +12,7 @@
 
 #include "diag/lock.h"
 #include "records/device.h"
+#include "records/record_cast.h"
 #include "records/usecase.h"
 
 struct hpi;
@@ -57,15 +58,15 @@ static_assert(offsetof(hal_stream_in, stream) == 0);
 // The framework's stream pointer, taken back as the record. `common` is the first member of the
 // platform's stream, so the two pointers that the framework uses are the same address.
 inline hal_stream_in* to_hal_stream_in(const struct audio_stream_in* stream) {
-    return reinterpret_cast<hal_stream_in*>(const_cast<struct audio_stream_in*>(stream));
+    return record_at<hal_stream_in>(stream);
 }
 
 inline hal_stream_in* to_hal_stream_in(const struct audio_stream* common) {
-    return reinterpret_cast<hal_stream_in*>(const_cast<struct audio_stream*>(common));
+    return record_at<hal_stream_in>(common);
 }
 
 // The record that a resampler's provider is part of.
 inline hal_stream_in* to_hal_stream_in(struct resampler_buffer_provider* provider) {
-    return reinterpret_cast<hal_stream_in*>(reinterpret_cast<char*>(provider) -
-                                            offsetof(hal_stream_in, buf_provider));
+    return record_at<hal_stream_in>(reinterpret_cast<const char*>(provider) -
+                                    offsetof(hal_stream_in, buf_provider));
 }

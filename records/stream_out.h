@@ -11,6 +11,7 @@
 
 #include "diag/lock.h"
 #include "records/device.h"
+#include "records/record_cast.h"
 #include "records/usecase.h"
 
 struct hpo;
@@ -50,9 +51,9 @@ static_assert(offsetof(hal_stream_out, stream) == 0);
 // The framework's stream pointer, taken back as the record. `common` is the first member of the
 // platform's stream, so the two pointers that the framework uses are the same address.
 inline hal_stream_out* to_hal_stream_out(const struct audio_stream_out* stream) {
-    return reinterpret_cast<hal_stream_out*>(const_cast<struct audio_stream_out*>(stream));
+    return record_at<hal_stream_out>(stream);
 }
 
 inline hal_stream_out* to_hal_stream_out(const struct audio_stream* common) {
-    return reinterpret_cast<hal_stream_out*>(const_cast<struct audio_stream*>(common));
+    return record_at<hal_stream_out>(common);
 }

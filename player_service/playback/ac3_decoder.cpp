@@ -2,10 +2,10 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libswresample/swresample.h>
 }
 
 #include <algorithm>
+#include <cmath>
 
 #include <zuavplayer/player_types.h>
 
@@ -21,6 +21,10 @@ namespace {
 // than this many chunks of a byte each.
 constexpr size_t kMaxMarks = 8192;
 
+int16_t to_int16(float sample) {
+    return static_cast<int16_t>(std::lrintf(std::clamp(sample * 32768.0F, -32768.0F, 32767.0F)));
+}
+
 }  // namespace
 
 void ffmpeg_deleter::operator()(AVCodecContext* context) const {
@@ -34,9 +38,6 @@ void ffmpeg_deleter::operator()(AVFrame* frame) const {
 }
 void ffmpeg_deleter::operator()(AVPacket* packet) const {
     av_packet_free(&packet);
-}
-void ffmpeg_deleter::operator()(SwrContext* converter) const {
-    swr_free(&converter);
 }
 
 std::unique_ptr<ac3_decoder> ac3_decoder::create() {
@@ -185,30 +186,21 @@ bool ac3_decoder::send_frame(uint32_t pts_ms, const output& out) {
 bool ac3_decoder::convert_frame(audio_format& format) {
     const int channels = frame_->ch_layout.nb_channels;
     const int rate_hz = frame_->sample_rate;
-    if (channels < 1 || channels > static_cast<int>(kMaxChannels) ||
-        rate_hz < static_cast<int>(kMinRateHz) || rate_hz > static_cast<int>(kMaxRateHz)) {
+    if (frame_->format != AV_SAMPLE_FMT_FLTP || channels < 1 ||
+        channels > static_cast<int>(kMaxChannels) || rate_hz < static_cast<int>(kMinRateHz) ||
+        rate_hz > static_cast<int>(kMaxRateHz)) {
         return false;
     }
     format = {static_cast<unsigned>(channels), static_cast<uint32_t>(rate_hz)};
-    if (converter_ == nullptr || converter_format_ != frame_->format ||
-        converter_sound_ != format) {
-        SwrContext* made = nullptr;
-        const int error = swr_alloc_set_opts2(
-            &made, &frame_->ch_layout, AV_SAMPLE_FMT_S16, rate_hz, &frame_->ch_layout,
-            static_cast<AVSampleFormat>(frame_->format), rate_hz, 0, nullptr);
-        converter_.reset(made);
-        if (error < 0 || swr_init(converter_.get()) < 0) {
-            converter_.reset();
-            return false;
-        }
-        converter_format_ = frame_->format;
-        converter_sound_ = format;
-    }
     samples_.resize(static_cast<size_t>(frame_->nb_samples) * format.channels);
-    auto* to = reinterpret_cast<uint8_t*>(samples_.data());
-    return swr_convert(converter_.get(), &to, frame_->nb_samples,
-                       const_cast<const uint8_t**>(frame_->extended_data),
-                       frame_->nb_samples) == frame_->nb_samples;
+    for (size_t channel = 0; channel < format.channels; ++channel) {
+        const void* const plane = frame_->extended_data[channel];
+        const auto* const from = static_cast<const float*>(plane);
+        for (size_t i = 0; i < static_cast<size_t>(frame_->nb_samples); ++i) {
+            samples_[i * format.channels + channel] = to_int16(from[i]);
+        }
+    }
+    return true;
 }
 
 }  // namespace player_service

@@ -1,8 +1,9 @@
 // AC-3 and E-AC-3, told apart by the stream itself, through FFmpeg's parser and decoders.
 //
-// The decoder's planar float becomes interleaved 16-bit by libswresample without dither: each
-// sample is multiplied by 32768, rounded to nearest (halves to even) and clamped. Channels and rate
-// stay the stream's. A frame whose checksum or contents are wrong is concealed as FFmpeg does it.
+// The decoder's planar float becomes interleaved 16-bit without dither: each sample is multiplied
+// by 32768, rounded to nearest (halves to even) and clamped. libswresample would do the same, but
+// on 32-bit ARM it rounds down instead where a buffer happens to be aligned. Channels and rate stay
+// the stream's. A frame whose checksum or contents are wrong is concealed as FFmpeg does it.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +17,6 @@ struct AVCodecContext;
 struct AVCodecParserContext;
 struct AVFrame;
 struct AVPacket;
-struct SwrContext;
 
 namespace player_service {
 
@@ -25,7 +25,6 @@ struct ffmpeg_deleter {
     void operator()(AVCodecParserContext* parser) const;
     void operator()(AVFrame* frame) const;
     void operator()(AVPacket* packet) const;
-    void operator()(SwrContext* converter) const;
 };
 template <typename T>
 using ffmpeg_ptr = std::unique_ptr<T, ffmpeg_deleter>;
@@ -61,9 +60,6 @@ class ac3_decoder : public sound_decoder {
     ffmpeg_ptr<AVCodecContext> decoder_;  // of the codec that the stream has now
     ffmpeg_ptr<AVPacket> packet_;
     ffmpeg_ptr<AVFrame> frame_;
-    ffmpeg_ptr<SwrContext> converter_;
-    int converter_format_ = -1;
-    audio_format converter_sound_;
     std::vector<uint8_t> padded_;
     std::vector<int16_t> samples_;
     std::deque<mark> marks_;

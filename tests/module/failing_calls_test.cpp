@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "pcm/hpo.h"
+#include "records/record_cast.h"
 #include "tests/support/module_fixture.h"
 
 namespace {
@@ -43,7 +44,7 @@ TEST_F(FailingCalls, StreamOpeningFailsAtEachAllocationAndLeavesNothing) {
 }
 
 TEST_F(FailingCalls, BackEndCreationLeavesTheSlotAsItWas) {
-    auto* const before = reinterpret_cast<struct hpo*>(this);
+    auto* const before = record_at<struct hpo>(this);
     struct hpo* slot = before;
     reset_faults();
     faults().failing_allocation = 1;

@@ -5,6 +5,7 @@
 #include <cutils/property_overrides.h>
 
 #include "direct/hdo.h"
+#include "records/record_cast.h"
 #include "tests/support/direct_fixture.h"
 
 namespace {
@@ -69,7 +70,7 @@ TEST_F(Hdo, CaptureFilesOpenWhenTheirSwitchIsExactlyTrue) {
 
 TEST_F(Hdo, CreationFailsWithoutMemoryAndSurvivesAFailingFill) {
     open_device();
-    auto* const before = reinterpret_cast<struct avplay_session*>(this);
+    auto* const before = record_at<struct avplay_session>(this);
     struct avplay_session* slot = before;
     log.clear();
     reset_faults();

@@ -9,6 +9,7 @@ add_executable(binder_probe_service
 target_include_directories(binder_probe_service PRIVATE ${PROJECT_SOURCE_DIR})
 target_link_libraries(binder_probe_service
   PRIVATE corvex::binder Threads::Threads corvex::warnings)
+corvex_program(binder_probe_service)
 
 corvex_test(binder_test
   SOURCES
@@ -24,5 +25,5 @@ corvex_test(binder_test
     ${CMAKE_CURRENT_LIST_DIR}/../support/log_recorder.cpp
   LINK corvex::binder android::log Threads::Threads)
 target_compile_definitions(binder_test
-  PRIVATE BINDER_PROBE_SERVICE="$<TARGET_FILE:binder_probe_service>")
+  PRIVATE BINDER_PROBE_SERVICE="$<TARGET_PROPERTY:binder_probe_service,CORVEX_PROGRAM>")
 add_dependencies(binder_test binder_probe_service)

@@ -1,8 +1,7 @@
 // Looking properties up: values, defaults, conversions, overrides, and changes of the file.
 //
 // This program's stat() and fstat() come before the C library's, and the properties library uses
-// them too: each file's clock ticks every two seconds, as on FAT. Large files: as the library.
-#define _FILE_OFFSET_BITS 64
+// them too: each file's clock ticks every two seconds, as on FAT.
 
 #include <algorithm>
 #include <errno.h>

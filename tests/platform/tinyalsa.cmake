@@ -28,4 +28,3 @@ corvex_test(tinyalsa_card_test
           ${tinyalsa_sources}
   LINK PkgConfig::SNDFILE)
 target_include_directories(tinyalsa_card_test PRIVATE ${tinyalsa_dir} ${tinyalsa_dir}/include)
-target_compile_definitions(tinyalsa_card_test PRIVATE _FILE_OFFSET_BITS=64)

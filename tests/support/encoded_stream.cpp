@@ -38,6 +38,12 @@ int16_t to_int16(float sample) {
     return static_cast<int16_t>(std::clamp(std::lrintf(sample * 32768.0F), -32768L, 32767L));
 }
 
+// One channel's samples; FFmpeg aligns its planes for any type.
+float* plane(const AVFrame* frame, int channel) {
+    void* const bytes = frame->extended_data[channel];
+    return static_cast<float*>(bytes);
+}
+
 std::vector<int16_t> decode_packet(AVCodecContext* decoder, const AVPacket* packet) {
     std::vector<int16_t> samples;
     AVFrame* frame = av_frame_alloc();
@@ -45,8 +51,7 @@ std::vector<int16_t> decode_packet(AVCodecContext* decoder, const AVPacket* pack
     while (avcodec_receive_frame(decoder, frame) >= 0) {
         for (int at = 0; at < frame->nb_samples; ++at) {
             for (int channel = 0; channel < frame->ch_layout.nb_channels; ++channel) {
-                samples.push_back(
-                    to_int16(reinterpret_cast<const float*>(frame->extended_data[channel])[at]));
+                samples.push_back(to_int16(plane(frame, channel)[at]));
             }
         }
     }
@@ -76,7 +81,7 @@ std::vector<encoded_frame> encode(codec which, const player_service::audio_forma
                     av_frame_get_buffer(frame, 0) >= 0,
                 "memory");
         for (int channel = 0; channel < encoder->ch_layout.nb_channels; ++channel) {
-            auto* to = reinterpret_cast<float*>(frame->extended_data[channel]);
+            float* const to = plane(frame, channel);
             for (int i = 0; i < frame->nb_samples; ++i) {
                 const auto time = static_cast<float>(at + i);
                 to[i] =

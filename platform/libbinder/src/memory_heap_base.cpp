@@ -1,6 +1,7 @@
 // A heap of this process.
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -47,7 +48,7 @@ MemoryHeapBase::MemoryHeapBase(size_t size, uint32_t flags, const char* name) : 
         complain("memfd_create", size);
         return;
     }
-    if (bytes == 0 || bytes > INT64_MAX) {
+    if (bytes == 0 || bytes > PTRDIFF_MAX) {
         errno = EINVAL;
         complain("the size is 0 or too large", size);
         return;
@@ -116,7 +117,13 @@ status_t MemoryHeapBase::mapfd(int fd, size_t size, uint32_t offset) {
             complain("its file is empty", size);
             return BAD_VALUE;
         }
-        size = static_cast<size_t>(file.st_size - off_t{offset});
+        const off_t rest = file.st_size - off_t{offset};
+        size = static_cast<size_t>(rest);
+        if (static_cast<uintmax_t>(rest) != size) {  // a 32-bit process cannot map it
+            errno = EFBIG;
+            complain("its file is too large", size);
+            return BAD_VALUE;
+        }
     }
     if ((mFlags & DONT_MAP_LOCALLY) == 0) {
         void* base = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, offset);
