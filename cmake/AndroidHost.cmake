@@ -23,3 +23,7 @@ foreach(lib log cutils utils)
   target_include_directories(android::${lib} SYSTEM INTERFACE "${ANDROID_INCLUDE_DIR}")
 endforeach()
 get_filename_component(ANDROID_LIBRARY_DIR "${ANDROID_log_LIBRARY}" DIRECTORY)
+if(CMAKE_SYSROOT)
+  # As the system that runs it sees it.
+  string(REPLACE "${CMAKE_SYSROOT}/" "/" ANDROID_LIBRARY_DIR "${ANDROID_LIBRARY_DIR}")
+endif()

@@ -61,8 +61,9 @@ round_trip_report measure_round_trip(hal_output_stream& output, hal_input_stream
     const std::vector<int16_t> signal = make_signal(probe);
 
     // What fills the card's buffer, so that it does not run dry while the other card is read.
+    const uint64_t latency_frames = uint64_t{output.latency_ms()} * rate_hz / 1000;
     const size_t ahead_blocks =
-        std::min<size_t>(uint64_t{output.latency_ms()} * rate_hz / 1000, rate_hz) / block;
+        static_cast<size_t>(std::min<uint64_t>(latency_frames, rate_hz)) / block;
     std::vector<int16_t> buffer(block * channels);
     for (size_t i = 0; i < ahead_blocks; ++i) {
         if (!all_moved(output.write(buffer.data(), block * frame_bytes), block * frame_bytes,

@@ -34,7 +34,8 @@ std::vector<framed> unframe(const std::string& stream, char version, size_t offs
     for (size_t at = 0; at < stream.size();) {
         const bool fits = stream.size() - at >= offset;
         EXPECT_TRUE(fits && stream.compare(at, 4, magic) == 0) << "at " << at;
-        const size_t size = fits ? big_endian(stream, at + 4, 4) : stream.size();
+        const size_t size =
+            fits ? static_cast<size_t>(big_endian(stream, at + 4, 4)) : stream.size();
         if (!fits || size > stream.size() - at - offset) {
             ADD_FAILURE() << "cut frame at " << at;
             break;
@@ -227,7 +228,7 @@ TEST_F(direct_command, EventsHappenInPlace) {
     const uint64_t landed = got[0].pts_us * 48 / 1000;
     EXPECT_LE(landed, 9600U);
     EXPECT_GT(landed + 4096, 9600U);
-    EXPECT_EQ(join(got), pcm_bytes(samples).substr(landed * 4));
+    EXPECT_EQ(join(got), pcm_bytes(samples).substr(static_cast<size_t>(landed) * 4));
 }
 
 TEST_F(direct_command, TheOwnServiceIsToldWhereToPlayAndStopped) {
