@@ -28,6 +28,9 @@ recipe=$(printf '%s\n' "$arch" "${packages[@]}" && sha256sum <"$0")
 if [[ -f $root/recipe && $(<"$root/recipe") == "$recipe" ]]; then
   exit 0
 fi
+# Held by apt-get too, which may go on when this script is killed.
+exec {lock}>"$folder/lock"
+flock -n "$lock" || die "${folder#"$PWD"/} is being made already; wait for that to end, then run this again"
 rm -rf "$root" "$new"
 
 # This system's settings (proxies, keys) without its hooks, its folders and its processors.
@@ -44,7 +47,6 @@ APT::Sandbox::User "$(id -un)";
 APT::Install-Recommends "false";
 APT::Get::Assume-Yes "true";
 APT::Get::Download-Only "true";
-Debug::NoLocking "true";
 Dir::Etc::main "/dev/null";
 Dir::Etc::parts "/dev/null";
 Dir::State "$apt";

@@ -47,5 +47,5 @@ ctest --test-dir "$build" --no-tests=error --output-on-failure --output-junit "$
   -j "$(nproc)" "${arguments[@]}" || die "tests failed on $arch; ctest names them above"
 skipped=$(sed -n 's/^\t*skipped="\([0-9]*\)".*/\1/p' "$report")
 count=$(wc -l <<<"$tests")
-echo "dev: $arch: $((count - ${#excluded[@]} - skipped)) tests passed, none failed, $skipped skipped" \
-  "themselves, ${#excluded[@]} were left out for the reasons in $left_out"
+echo "dev: all $((count - ${#excluded[@]} - skipped)) tests that ran on $arch passed; skipped by themselves:" \
+  "$skipped; left out: ${#excluded[@]} (see $left_out)"
