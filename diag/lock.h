@@ -7,6 +7,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <stdint.h>
 
 #if defined(__clang__)
 #define HAL_THREAD_ANNOTATION(x) __attribute__((x))
@@ -22,11 +23,26 @@ struct HAL_THREAD_ANNOTATION(capability("mutex")) hal_mutex {
     pthread_mutex_t native;
 };
 
+// Locks the mutex unless another thread has it. A mutex that is broken counts as locked.
+bool try_lock(hal_mutex& mutex, const char* tag, const char* operation)
+    HAL_THREAD_ANNOTATION(try_acquire_capability(true, mutex));
+
+// The same, and waits for the other thread for `longest_us` microseconds of the wall clock: shorter
+// or longer when that clock is set meanwhile, as C libraries agree on no other for this.
+bool try_lock_for(uint64_t longest_us, hal_mutex& mutex, const char* tag, const char* operation)
+    HAL_THREAD_ANNOTATION(try_acquire_capability(true, mutex));
+
+// For a mutex that the caller has locked already.
+struct adopt_hal_lock {};
+
 class HAL_THREAD_ANNOTATION(scoped_lockable) hal_lock {
   public:
     // Borrows the mutex for the scope. `tag` and `operation` stand in the line that a failure logs.
     hal_lock(hal_mutex& mutex, const char* tag, const char* operation)
         HAL_THREAD_ANNOTATION(acquire_capability(mutex));
+    hal_lock(adopt_hal_lock, hal_mutex& mutex, const char* tag, const char* operation)
+        HAL_REQUIRES(mutex)
+        : mutex_(mutex), tag_(tag), operation_(operation) {}
     ~hal_lock() HAL_THREAD_ANNOTATION(release_capability());
 
     hal_lock(const hal_lock&) = delete;

@@ -1,6 +1,7 @@
 #include "direct/data_feed.h"
 
 #include <algorithm>
+#include <errno.h>
 #include <stdio.h>
 #include <time.h>
 #include <unistd.h>
@@ -52,58 +53,89 @@ bool is_busy(int32_t status) {
            status == zu_status(android::ZU_ERR_BUF_NOT_READY);
 }
 
+// How long the write may wait in all.
+uint64_t longest_wait_us(const struct player_write* write) {
+    return write->session->state == AVPLAY_STATE_PAUSED ? longest_wait_paused_us
+                                                        : longest_wait_running_us;
+}
+
 // Polls until the player takes a chunk of `bytes` bytes. False when it does not; the reason has
 // then been logged. A write that has waited for long enough asks once more for each of its pieces,
 // but waits no more; a service that hangs is not asked again.
-bool wait_for_room(struct avplay_session* session, uint32_t bytes) {
-    const uint32_t longest_us =
-        session->state == AVPLAY_STATE_PAUSED ? longest_wait_paused_us : longest_wait_running_us;
-    if (session->has_no_answer) {
+bool wait_for_room(struct player_write* write, uint32_t bytes) {
+    if (write->has_no_answer) {
         return false;
     }
-    bool has_waited = false;
+    uint64_t refused_us = 0;  // when the player last had no room; 0 before that
     for (;;) {
-        const uint64_t start_us = now_us();
-        const int32_t status = ask_for_room(session, bytes);
+        const int32_t status = ask_for_room(write->session, bytes);
+        if (refused_us != 0) {
+            // A slow answer makes a round longer, a signal makes it shorter: the wait ends anyway.
+            write->waited_us += std::max<uint64_t>(poll_us, now_us() - refused_us);
+        }
         if (status == 0) {
-            session->room_wait_us = 0;
             return true;
         }
         if (!is_busy(status)) {
             HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x)", as_hex(status));
-            session->has_no_answer = now_us() - start_us >= longest_us;
+            write->has_no_answer = status == -ETIMEDOUT;
             return false;
         }
-        if (session->room_wait_us >= longest_us) {
-            if (has_waited) {
+        if (write->waited_us >= longest_wait_us(write)) {
+            if (refused_us != 0) {
                 HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x): no room for %d ms", as_hex(status),
-                         static_cast<int>(session->room_wait_us / 1000));
+                         static_cast<int>(write->waited_us / 1000));
             }
             return false;
         }
+        refused_us = now_us();
         usleep(poll_us);
-        has_waited = true;
-        // A slow answer makes a round longer, a signal makes it shorter: the wait ends anyway.
-        const uint64_t waited_us = std::max<uint64_t>(poll_us, now_us() - start_us);
-        session->room_wait_us +=
-            static_cast<uint32_t>(std::min<uint64_t>(waited_us, longest_wait_running_us));
     }
 }
 
-// Hands one chunk over through the shared block, which all direct streams have in common.
-int32_t send_chunk(const struct avplay_session* session, const uint8_t* data, uint32_t bytes,
-                   uint32_t pts) {
-    const hal_lock lock(block_lock, log_tag, "data_write");
+// Locks the block, also behind another stream's chunk. False when that chunk takes too long, which
+// has then been logged.
+bool wait_for_block(struct player_write* write)
+    HAL_THREAD_ANNOTATION(try_acquire_capability(true, block_lock)) {
+    if (try_lock(block_lock, log_tag, "data_write")) {
+        return true;
+    }
+    const uint64_t longest_us = longest_wait_us(write);
+    if (write->waited_us >= longest_us) {
+        return false;
+    }
+    do {
+        const uint64_t start_us = now_us();
+        if (try_lock_for(longest_us - write->waited_us, block_lock, log_tag, "data_write")) {
+            return true;
+        }
+        write->waited_us += now_us() - start_us;
+    } while (write->waited_us < longest_us);
+    HAL_LOGE("another stream's chunk is in the way for %d ms",
+             static_cast<int>(write->waited_us / 1000));
+    return false;
+}
+
+// Hands one chunk over through the shared block, which all direct streams have in common. False
+// when the block cannot be had.
+bool send_chunk(struct player_write* write, const uint8_t* data, uint32_t bytes, uint32_t pts,
+                int32_t* status) {
+    if (!wait_for_block(write)) {
+        return false;
+    }
+    const hal_lock lock(adopt_hal_lock{}, block_lock, log_tag, "data_write");
+    write->waited_us = 0;
     const int copy_error = memcpy_s(player_block(), bytes, data, bytes);
     if (copy_error != 0 && is_switch_on(gbEnablePts)) {
         HAL_LOGD("%s: memcpy_s mshare failed(0x%x)", "data_write", as_hex(copy_error));
     }
-    const int32_t status = ZUAVPLAYER_PutBufEx(player_connection(), session->avplay_handle,
-                                               android::ZU_BUF_AUD, bytes, pts);
-    if (status != 0) {
-        HAL_LOGE("Call ZUAVPLAYER_PutBufEx failed (0x%x)", as_hex(status));
+    *status = ZUAVPLAYER_PutBufEx(player_connection(), write->session->avplay_handle,
+                                  android::ZU_BUF_AUD, bytes, pts);
+    if (*status != 0) {
+        HAL_LOGE("Call ZUAVPLAYER_PutBufEx failed (0x%x)", as_hex(*status));
+        write->has_no_answer = *status == -ETIMEDOUT;
     }
-    return status;
+    return true;
 }
 
 void capture_chunk(FILE* es_file, const uint8_t* data, uint32_t bytes) {
@@ -128,14 +160,9 @@ void note_pts(uint32_t size, uint32_t pts) {
 
 }  // namespace
 
-void begin_feeding(struct avplay_session* session) {
-    session->room_wait_us = 0;
-    session->has_no_answer = false;
-}
-
-int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
-                    uint32_t pts) {
+int32_t feed_player(struct player_write* write, const uint8_t* data, uint32_t size, uint32_t pts) {
     trace_call(log_tag, "data_write");
+    struct avplay_session* const session = write->session;
     int32_t status = 0;
     if (session->state == AVPLAY_STATE_READY) {
         status = hal_avplay_resume(session);
@@ -148,10 +175,10 @@ int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_
     note_pts(size, pts);
     for (uint32_t sent = 0; sent < size;) {
         const uint32_t bytes = std::min(size - sent, chunk_bytes);
-        if (!wait_for_room(session, bytes)) {
+        if (!wait_for_room(write, bytes) ||
+            !send_chunk(write, data + sent, bytes, sent == 0 ? pts : PTS_NONE, &status)) {
             return -1;
         }
-        status = send_chunk(session, data + sent, bytes, sent == 0 ? pts : PTS_NONE);
         capture_chunk(session->es_file, data + sent, bytes);
         sent += bytes;
     }
@@ -163,6 +190,6 @@ int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t
     if (session == nullptr || (data == nullptr && size > 0)) {
         return -1;
     }
-    begin_feeding(session);
-    return feed_player(session, data, size, pts);
+    struct player_write write = {session, 0, false};
+    return feed_player(&write, data, size, pts);
 }

@@ -86,13 +86,14 @@ void capture_pts(const struct avplay_session* session, uint64_t pts_ms, uint32_t
 
 // Sends what is still missing of a frame whose header came with an earlier write. What is left of
 // the input begins with a header, unless the debt took it all.
-span tunnel_write_rawdata(struct avplay_session* session, const span& input) {
+span tunnel_write_rawdata(struct player_write* write, const span& input) {
+    struct avplay_session* const session = write->session;
     const uint32_t debt = session->raw_data_left;
     const uint32_t payload = std::min(input.n, debt);
     // A write that ended right behind the header had no chunk for the frame's time to go with.
     const bool frame_is_untouched = debt == session->frame_size;
     const uint32_t pts = frame_is_untouched ? static_cast<uint32_t>(session->last_pts) : PTS_NONE;
-    const int32_t error = feed_player(session, input.p, payload, pts);
+    const int32_t error = feed_player(write, input.p, payload, pts);
     if (error != 0) {
         HAL_LOGE("%s:avplay_write0 failed (0x%x)", __func__, as_hex(error));
     }
@@ -111,7 +112,8 @@ span tunnel_write_rawdata(struct avplay_session* session, const span& input) {
 
 // Takes one header and its payload off the input. False when the input held no more than is now
 // carried over.
-bool tunnel_write_framedata(struct avplay_session* session, span* input) {
+bool tunnel_write_framedata(struct player_write* write, span* input) {
+    struct avplay_session* const session = write->session;
     const bool logs = is_switch_on(gbEnablePts);
     const uint32_t expected_offset = expected_data_offset(session);
     uint32_t frame_size = 0;
@@ -137,7 +139,7 @@ bool tunnel_write_framedata(struct avplay_session* session, span* input) {
     session->last_pts = pts_ms;
 
     const span payload = rest_of(*input, data_offset);
-    const int32_t error = feed_player(session, payload.p, std::min(payload.n, frame_size),
+    const int32_t error = feed_player(write, payload.p, std::min(payload.n, frame_size),
                                       static_cast<uint32_t>(pts_ms));
     if (error != 0) {
         HAL_LOGE("%s:avplay_write1 failed 0x%x", __func__, as_hex(error));
@@ -159,30 +161,31 @@ bool tunnel_write_framedata(struct avplay_session* session, span* input) {
 }
 
 // One stretch of input, which lies whole in the caller's buffer or in the session's.
-void tunnel_write(struct avplay_session* session, span input) {
+void tunnel_write(struct player_write* write, span input) {
+    struct avplay_session* const session = write->session;
     if (session->raw_data_left > 0) {
-        input = tunnel_write_rawdata(session, input);
+        input = tunnel_write_rawdata(write, input);
         session->tmp_len = 0;
         if (session->raw_data_left > 0) {
             return;
         }
     }
-    while (tunnel_write_framedata(session, &input)) {
+    while (tunnel_write_framedata(write, &input)) {
     }
 }
 
 void write_tunnel(struct avplay_session* session, const uint8_t* data, uint32_t bytes) {
-    begin_feeding(session);
+    struct player_write write = {session, 0, false};
     do {
         // Without held bytes the caller's are used where they are.
         if (session->tmp_len == 0) {
-            tunnel_write(session, {data, bytes});
+            tunnel_write(&write, {data, bytes});
             return;
         }
         // With them, no more than fits behind them at a time.
         const uint32_t room = static_cast<uint32_t>(sizeof(session->tmp_buf)) - session->tmp_len;
         const uint32_t slice = std::min(bytes, room);
-        tunnel_write(session, append_to_held(session, data, slice));
+        tunnel_write(&write, append_to_held(session, data, slice));
         data += slice;
         bytes -= slice;
     } while (bytes > 0);
