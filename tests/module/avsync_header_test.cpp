@@ -99,6 +99,16 @@ TEST_F(AvsyncHeader, IsFoundWithItsFields) {
     }
 }
 
+TEST_F(AvsyncHeader, IsFoundBehindAnyNumberOfBytesThatNearlyMatch) {
+    const std::string header = avsync_header(1, 100, 0);
+    std::string ahead = {0x55, 0x55, 0x01, 0x01};
+    for (uint32_t at = 4; at < 70; ++at) {
+        EXPECT_EQ(find(ahead + header, 16), (found{0, 100, 0, at + 16}));
+        EXPECT_EQ(find(ahead + header.substr(0, 15), 16), nothing) << at;
+        ahead += "U\0UU"[at % 4];
+    }
+}
+
 TEST_F(AvsyncHeader, RefusesNullPointers) {
     uint32_t word = 0;
     uint64_t pts = 0;
