@@ -34,13 +34,19 @@ bool try_lock_for(uint64_t longest_us, hal_mutex& mutex, const char* tag, const 
     return is_locked(pthread_mutex_timedlock(&mutex.native, &until), tag, operation);
 }
 
+// The analysis does not see that the C library's function unlocks.
+HAL_THREAD_ANNOTATION(no_thread_safety_analysis)
+void unlock(hal_mutex& mutex, const char* tag, const char* operation) {
+    if (pthread_mutex_unlock(&mutex.native) != 0) {
+        __android_log_print(ANDROID_LOG_ERROR, tag, "%s: mutex unlock fail", operation);
+    }
+}
+
 hal_lock::hal_lock(hal_mutex& mutex, const char* tag, const char* operation)
     : mutex_(mutex), tag_(tag), operation_(operation) {
     is_locked(pthread_mutex_lock(&mutex.native), tag, operation);
 }
 
 hal_lock::~hal_lock() {
-    if (pthread_mutex_unlock(&mutex_.native) != 0) {
-        __android_log_print(ANDROID_LOG_ERROR, tag_, "%s: mutex unlock fail", operation_);
-    }
+    unlock(mutex_, tag_, operation_);
 }

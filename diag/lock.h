@@ -32,17 +32,15 @@ bool try_lock(hal_mutex& mutex, const char* tag, const char* operation)
 bool try_lock_for(uint64_t longest_us, hal_mutex& mutex, const char* tag, const char* operation)
     HAL_THREAD_ANNOTATION(try_acquire_capability(true, mutex));
 
-// For a mutex that the caller has locked already.
-struct adopt_hal_lock {};
+// Unlocks what these have locked.
+void unlock(hal_mutex& mutex, const char* tag, const char* operation)
+    HAL_THREAD_ANNOTATION(release_capability(mutex));
 
 class HAL_THREAD_ANNOTATION(scoped_lockable) hal_lock {
   public:
     // Borrows the mutex for the scope. `tag` and `operation` stand in the line that a failure logs.
     hal_lock(hal_mutex& mutex, const char* tag, const char* operation)
         HAL_THREAD_ANNOTATION(acquire_capability(mutex));
-    hal_lock(adopt_hal_lock, hal_mutex& mutex, const char* tag, const char* operation)
-        HAL_REQUIRES(mutex)
-        : mutex_(mutex), tag_(tag), operation_(operation) {}
     ~hal_lock() HAL_THREAD_ANNOTATION(release_capability());
 
     hal_lock(const hal_lock&) = delete;

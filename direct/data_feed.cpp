@@ -31,8 +31,11 @@ constexpr uint32_t poll_us = 10'000;
 // Of the previous data_write() of any session; for a log line only.
 uint32_t last_write_pts = 0;
 
-// From a chunk's copy to its hand-over; taken last, under a stream's lock.
+// From a chunk's copy to its hand-over at least; taken last, under a stream's lock.
 hal_mutex block_lock = {PTHREAD_MUTEX_INITIALIZER};
+
+// Writes that wait for it. Relaxed: a change that is seen late costs a chunk's time.
+uint32_t block_waiters = 0;
 
 static_assert(PTS_NONE == android::ZU_PTS_NONE);
 
@@ -59,10 +62,64 @@ uint64_t longest_wait_us(const struct player_write* write) {
                                                         : longest_wait_running_us;
 }
 
+// A piece's hold on the shared block, which all direct streams have in common. It lasts from chunk
+// to chunk while no other write waits: locking anew for each would cost as much as copying it.
+class block_hold {
+  public:
+    block_hold() = default;
+    ~block_hold() { release(); }
+    block_hold(const block_hold&) = delete;
+    block_hold& operator=(const block_hold&) = delete;
+
+    // False when other streams' chunks take too long, which has then been logged.
+    bool take(struct player_write* write);
+
+    void release_if_wanted() {
+        if (load_relaxed(block_waiters) > 0) {
+            release();
+        }
+    }
+    void release() {
+        if (is_held_) {
+            unlock(block_lock, log_tag, "data_write");
+            is_held_ = false;
+        }
+    }
+
+  private:
+    bool is_held_ = false;
+};
+
+// Waits for the block as long as the write may.
+bool wait_for_block(struct player_write* write) {
+    const uint64_t longest_us = longest_wait_us(write);
+    if (write->waited_us >= longest_us) {
+        return false;
+    }
+    bool is_locked = false;
+    __atomic_fetch_add(&block_waiters, 1, __ATOMIC_RELAXED);
+    while (!is_locked && write->waited_us < longest_us) {
+        const uint64_t start_us = now_us();
+        is_locked = try_lock_for(longest_us - write->waited_us, block_lock, log_tag, "data_write");
+        write->waited_us += now_us() - start_us;
+    }
+    __atomic_fetch_sub(&block_waiters, 1, __ATOMIC_RELAXED);
+    if (!is_locked) {
+        HAL_LOGE("another stream's chunk is in the way for %d ms",
+                 static_cast<int>(write->waited_us / 1000));
+    }
+    return is_locked;
+}
+
+bool block_hold::take(struct player_write* write) {
+    is_held_ = is_held_ || try_lock(block_lock, log_tag, "data_write") || wait_for_block(write);
+    return is_held_;
+}
+
 // Polls until the player takes a chunk of `bytes` bytes. False when it does not; the reason has
 // then been logged. A write that has waited for long enough asks once more for each of its pieces,
-// but waits no more; a service that hangs is not asked again.
-bool wait_for_room(struct player_write* write, uint32_t bytes) {
+// but waits no more; a service that hangs is not asked again. Whoever waits holds no block.
+bool wait_for_room(struct player_write* write, uint32_t bytes, block_hold* block) {
     if (write->has_no_answer) {
         return false;
     }
@@ -88,60 +145,29 @@ bool wait_for_room(struct player_write* write, uint32_t bytes) {
             }
             return false;
         }
+        block->release();
         refused_us = now_us();
         usleep(poll_us);
     }
 }
 
-// Locks the block, also behind another stream's chunk. False when that chunk takes too long, which
-// has then been logged.
-bool wait_for_block(struct player_write* write)
-    HAL_THREAD_ANNOTATION(try_acquire_capability(true, block_lock)) {
-    if (try_lock(block_lock, log_tag, "data_write")) {
-        return true;
-    }
-    const uint64_t longest_us = longest_wait_us(write);
-    if (write->waited_us >= longest_us) {
-        return false;
-    }
-    do {
-        const uint64_t start_us = now_us();
-        if (try_lock_for(longest_us - write->waited_us, block_lock, log_tag, "data_write")) {
-            return true;
-        }
-        write->waited_us += now_us() - start_us;
-    } while (write->waited_us < longest_us);
-    HAL_LOGE("another stream's chunk is in the way for %d ms",
-             static_cast<int>(write->waited_us / 1000));
-    return false;
-}
-
-// Hands one chunk over through the shared block, which all direct streams have in common. False
-// when the block cannot be had.
-bool send_chunk(struct player_write* write, const uint8_t* data, uint32_t bytes, uint32_t pts,
-                int32_t* status) {
-    if (!wait_for_block(write)) {
-        return false;
-    }
-    const hal_lock lock(adopt_hal_lock{}, block_lock, log_tag, "data_write");
+// Hands one chunk over through the block, which the caller holds.
+int32_t send_chunk(struct player_write* write, const uint8_t* data, uint32_t bytes, uint32_t pts) {
     write->waited_us = 0;
     const int copy_error = memcpy_s(player_block(), bytes, data, bytes);
     if (copy_error != 0 && is_switch_on(gbEnablePts)) {
         HAL_LOGD("%s: memcpy_s mshare failed(0x%x)", "data_write", as_hex(copy_error));
     }
-    *status = ZUAVPLAYER_PutBufEx(player_connection(), write->session->avplay_handle,
-                                  android::ZU_BUF_AUD, bytes, pts);
-    if (*status != 0) {
-        HAL_LOGE("Call ZUAVPLAYER_PutBufEx failed (0x%x)", as_hex(*status));
-        write->has_no_answer = *status == -ETIMEDOUT;
+    const int32_t status = ZUAVPLAYER_PutBufEx(player_connection(), write->session->avplay_handle,
+                                               android::ZU_BUF_AUD, bytes, pts);
+    if (status != 0) {
+        HAL_LOGE("Call ZUAVPLAYER_PutBufEx failed (0x%x)", as_hex(status));
+        write->has_no_answer = status == -ETIMEDOUT;
     }
-    return true;
+    return status;
 }
 
 void capture_chunk(FILE* es_file, const uint8_t* data, uint32_t bytes) {
-    if (es_file == nullptr) {
-        return;
-    }
     const size_t written = fwrite(data, 1, bytes, es_file);
     if (written < bytes) {
         HAL_LOGE(" fwrite es file failed wanted(%d) actual(%d)", static_cast<int>(bytes),
@@ -173,13 +199,18 @@ int32_t feed_player(struct player_write* write, const uint8_t* data, uint32_t si
         HAL_LOGD("%s: Avplay Resume -> [RUNNING] ", "data_write");
     }
     note_pts(size, pts);
+    block_hold block;
     for (uint32_t sent = 0; sent < size;) {
         const uint32_t bytes = std::min(size - sent, chunk_bytes);
-        if (!wait_for_room(write, bytes) ||
-            !send_chunk(write, data + sent, bytes, sent == 0 ? pts : PTS_NONE, &status)) {
+        block.release_if_wanted();
+        if (!wait_for_room(write, bytes, &block) || !block.take(write)) {
             return -1;
         }
-        capture_chunk(session->es_file, data + sent, bytes);
+        status = send_chunk(write, data + sent, bytes, sent == 0 ? pts : PTS_NONE);
+        if (session->es_file != nullptr) {
+            block.release();  // a file may be slow
+            capture_chunk(session->es_file, data + sent, bytes);
+        }
         sent += bytes;
     }
     return status;
