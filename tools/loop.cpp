@@ -50,7 +50,7 @@ class loop_command : public command {
         round_trip_report report;
         {
             const hal_module module(options.module_path);
-            const hal_device device(module);
+            const hal_device device(module, absent_player_service::go_on);
             log.forget();
             const problems_until_device_closes quiet_close(log);
             int status = 0;

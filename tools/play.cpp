@@ -89,7 +89,7 @@ class play_command : public command {
         uint64_t file_frames_read = 0;
         {
             const hal_module module(options.module_path);
-            const hal_device device(module);
+            const hal_device device(module, absent_player_service::go_on);
             log.forget();
             const problems_until_device_closes quiet_close(log);
             const auto stream = open_stream(device, channels_, log);
