@@ -25,6 +25,9 @@ namespace {
 
 constexpr const char* log_tag = "audio_hal_avplay";
 
+// For what locks or unlocks by block_hold::is_held, which Clang's analysis does not follow.
+#define BY_HOLD HAL_THREAD_ANNOTATION(no_thread_safety_analysis)
+
 constexpr uint32_t chunk_bytes = 1024;
 constexpr uint32_t poll_us = 10'000;
 
@@ -62,34 +65,6 @@ uint64_t longest_wait_us(const struct player_write* write) {
                                                         : longest_wait_running_us;
 }
 
-// A piece's hold on the shared block, which all direct streams have in common. It lasts from chunk
-// to chunk while no other write waits: locking anew for each would cost as much as copying it.
-class block_hold {
-  public:
-    block_hold() = default;
-    ~block_hold() { release(); }
-    block_hold(const block_hold&) = delete;
-    block_hold& operator=(const block_hold&) = delete;
-
-    // False when other streams' chunks take too long, which has then been logged.
-    bool take(struct player_write* write);
-
-    void release_if_wanted() {
-        if (load_relaxed(block_waiters) > 0) {
-            release();
-        }
-    }
-    void release() {
-        if (is_held_) {
-            unlock(block_lock, log_tag, "data_write");
-            is_held_ = false;
-        }
-    }
-
-  private:
-    bool is_held_ = false;
-};
-
 // Waits for the block as long as the write may.
 bool wait_for_block(struct player_write* write) {
     const uint64_t longest_us = longest_wait_us(write);
@@ -111,15 +86,17 @@ bool wait_for_block(struct player_write* write) {
     return is_locked;
 }
 
-bool block_hold::take(struct player_write* write) {
-    is_held_ = is_held_ || try_lock(block_lock, log_tag, "data_write") || wait_for_block(write);
-    return is_held_;
+// False when other streams' chunks take too long, which has then been logged.
+BY_HOLD bool take_block(struct player_write* write) {
+    bool& is_held = write->block.is_held;
+    is_held = is_held || try_lock(block_lock, log_tag, "data_write") || wait_for_block(write);
+    return is_held;
 }
 
 // Polls until the player takes a chunk of `bytes` bytes. False when it does not; the reason has
 // then been logged. A write that has waited for long enough asks once more for each of its pieces,
 // but waits no more; a service that hangs is not asked again. Whoever waits holds no block.
-bool wait_for_room(struct player_write* write, uint32_t bytes, block_hold* block) {
+bool wait_for_room(struct player_write* write, uint32_t bytes) {
     if (write->has_no_answer) {
         return false;
     }
@@ -145,7 +122,7 @@ bool wait_for_room(struct player_write* write, uint32_t bytes, block_hold* block
             }
             return false;
         }
-        block->release();
+        write->block.release();
         refused_us = now_us();
         usleep(poll_us);
     }
@@ -186,6 +163,19 @@ void note_pts(uint32_t size, uint32_t pts) {
 
 }  // namespace
 
+void block_hold::release_if_wanted() {
+    if (load_relaxed(block_waiters) > 0) {
+        release();
+    }
+}
+
+BY_HOLD void block_hold::release() {
+    if (is_held) {
+        unlock(block_lock, log_tag, "data_write");
+        is_held = false;
+    }
+}
+
 int32_t feed_player(struct player_write* write, const uint8_t* data, uint32_t size, uint32_t pts) {
     trace_call(log_tag, "data_write");
     struct avplay_session* const session = write->session;
@@ -199,16 +189,15 @@ int32_t feed_player(struct player_write* write, const uint8_t* data, uint32_t si
         HAL_LOGD("%s: Avplay Resume -> [RUNNING] ", "data_write");
     }
     note_pts(size, pts);
-    block_hold block;
     for (uint32_t sent = 0; sent < size;) {
         const uint32_t bytes = std::min(size - sent, chunk_bytes);
-        block.release_if_wanted();
-        if (!wait_for_room(write, bytes, &block) || !block.take(write)) {
+        write->block.release_if_wanted();
+        if (!wait_for_room(write, bytes) || !take_block(write)) {
             return -1;
         }
         status = send_chunk(write, data + sent, bytes, sent == 0 ? pts : PTS_NONE);
         if (session->es_file != nullptr) {
-            block.release();  // a file may be slow
+            write->block.release();  // a file may be slow
             capture_chunk(session->es_file, data + sent, bytes);
         }
         sent += bytes;
@@ -221,6 +210,6 @@ int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t
     if (session == nullptr || (data == nullptr && size > 0)) {
         return -1;
     }
-    struct player_write write = {session, 0, false};
+    struct player_write write = {session, 0, false, {}};
     return feed_player(&write, data, size, pts);
 }

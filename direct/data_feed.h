@@ -30,12 +30,27 @@ int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t
 constexpr uint32_t longest_wait_running_us = 1'000'000;
 constexpr uint32_t longest_wait_paused_us = 100'000;
 
+// A write's hold on the shared block. It lasts from chunk to chunk while no other write waits:
+// locking anew for each would cost as much as copying it.
+struct block_hold {
+    block_hold() = default;
+    ~block_hold() { release(); }
+    block_hold(const block_hold&) = delete;
+    block_hold& operator=(const block_hold&) = delete;
+
+    void release();
+    void release_if_wanted();  // by another write
+
+    bool is_held = false;
+};
+
 // One write of the framework: the waits of its pieces are counted together, and a service that has
 // not answered one of its calls in time gets no other. The next write asks again.
 struct player_write {
     struct avplay_session* session;
     uint64_t waited_us;  // since it began or the last chunk went out
     bool has_no_answer;  // the service hangs
+    block_hold block;
 };
 
 // data_write() for one of the pieces of such a write.

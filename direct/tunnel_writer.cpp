@@ -69,10 +69,12 @@ void hold(struct avplay_session* session, const span& input, uint32_t expected_o
 }
 
 // A line for the frame in the "pts" capture file.
-void capture_pts(const struct avplay_session* session, uint64_t pts_ms, uint32_t frame_size) {
+void capture_pts(struct player_write* write, uint64_t pts_ms, uint32_t frame_size) {
+    const struct avplay_session* const session = write->session;
     if (session->pts_file == nullptr) {
         return;
     }
+    write->block.release();  // a file may be slow
     const uint64_t step_ms = pts_ms > session->last_pts ? pts_ms - session->last_pts : 0;
     char line[1024] = {};
     const int error = sprintf_s(line, sizeof(line), "%10llu %10u %10llu \n",
@@ -134,7 +136,7 @@ bool tunnel_write_framedata(struct player_write* write, span* input) {
         HAL_LOGD("%s:find_header success u32DataOffset:%d but still something wrong happend",
                  __func__, static_cast<int>(data_offset));
     }
-    capture_pts(session, pts_ms, frame_size);
+    capture_pts(write, pts_ms, frame_size);
     session->frame_size = frame_size;
     session->last_pts = pts_ms;
 
@@ -175,7 +177,7 @@ void tunnel_write(struct player_write* write, span input) {
 }
 
 void write_tunnel(struct avplay_session* session, const uint8_t* data, uint32_t bytes) {
-    struct player_write write = {session, 0, false};
+    struct player_write write = {session, 0, false, {}};
     do {
         // Without held bytes the caller's are used where they are.
         if (session->tmp_len == 0) {
