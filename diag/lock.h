@@ -7,6 +7,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <stdint.h>
 
 #if defined(__clang__)
 #define HAL_THREAD_ANNOTATION(x) __attribute__((x))
@@ -21,6 +22,19 @@
 struct HAL_THREAD_ANNOTATION(capability("mutex")) hal_mutex {
     pthread_mutex_t native;
 };
+
+// Locks the mutex unless another thread has it. A mutex that is broken counts as locked.
+bool try_lock(hal_mutex& mutex, const char* tag, const char* operation)
+    HAL_THREAD_ANNOTATION(try_acquire_capability(true, mutex));
+
+// The same, and waits for the other thread for `longest_us` microseconds of the wall clock: shorter
+// or longer when that clock is set meanwhile, as C libraries agree on no other for this.
+bool try_lock_for(uint64_t longest_us, hal_mutex& mutex, const char* tag, const char* operation)
+    HAL_THREAD_ANNOTATION(try_acquire_capability(true, mutex));
+
+// Unlocks what these have locked.
+void unlock(hal_mutex& mutex, const char* tag, const char* operation)
+    HAL_THREAD_ANNOTATION(release_capability(mutex));
 
 class HAL_THREAD_ANNOTATION(scoped_lockable) hal_lock {
   public:

@@ -47,9 +47,7 @@ struct avplay_session {
     uint32_t tmp_len;        // bytes held in tmp_buf
     uint8_t tmp_buf[tunnel_buffer_bytes];
 
-    uint32_t room_wait_us;  // how long the player has had no room for this write's data
-    bool has_no_answer;     // this write has waited for the service in vain
-    bool is_open;           // built, and not torn down since
+    bool is_open;  // built, and not torn down since
 };
 
 static_assert(std::is_trivial_v<avplay_session>);

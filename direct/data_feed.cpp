@@ -1,6 +1,7 @@
 #include "direct/data_feed.h"
 
 #include <algorithm>
+#include <errno.h>
 #include <stdio.h>
 #include <time.h>
 #include <unistd.h>
@@ -24,14 +25,20 @@ namespace {
 
 constexpr const char* log_tag = "audio_hal_avplay";
 
+// For what locks or unlocks by block_hold::is_held, which Clang's analysis does not follow.
+#define BY_HOLD HAL_THREAD_ANNOTATION(no_thread_safety_analysis)
+
 constexpr uint32_t chunk_bytes = 1024;
 constexpr uint32_t poll_us = 10'000;
 
 // Of the previous data_write() of any session; for a log line only.
 uint32_t last_write_pts = 0;
 
-// From a chunk's copy to its hand-over; taken last, under a stream's lock.
+// From a chunk's copy to its hand-over at least; taken last, under a stream's lock.
 hal_mutex block_lock = {PTHREAD_MUTEX_INITIALIZER};
+
+// Writes that wait for it. Relaxed: a change that is seen late costs a chunk's time.
+uint32_t block_waiters = 0;
 
 static_assert(PTS_NONE == android::ZU_PTS_NONE);
 
@@ -52,64 +59,92 @@ bool is_busy(int32_t status) {
            status == zu_status(android::ZU_ERR_BUF_NOT_READY);
 }
 
-// Polls until the player takes a chunk of `bytes` bytes. False when it does not; the reason has
-// then been logged. A write that has waited for long enough asks once more for each of its pieces,
-// but waits no more; a service that hangs is not asked again.
-bool wait_for_room(struct avplay_session* session, uint32_t bytes) {
-    const uint32_t longest_us =
-        session->state == AVPLAY_STATE_PAUSED ? longest_wait_paused_us : longest_wait_running_us;
-    if (session->has_no_answer) {
+// How long the write may wait in all.
+uint64_t longest_wait_us(const struct player_write* write) {
+    return write->session->state == AVPLAY_STATE_PAUSED ? longest_wait_paused_us
+                                                        : longest_wait_running_us;
+}
+
+// Waits for the block as long as the write may.
+bool wait_for_block(struct player_write* write) {
+    const uint64_t longest_us = longest_wait_us(write);
+    if (write->waited_us >= longest_us) {
         return false;
     }
-    bool has_waited = false;
-    for (;;) {
+    bool is_locked = false;
+    __atomic_fetch_add(&block_waiters, 1, __ATOMIC_RELAXED);
+    while (!is_locked && write->waited_us < longest_us) {
         const uint64_t start_us = now_us();
-        const int32_t status = ask_for_room(session, bytes);
+        is_locked = try_lock_for(longest_us - write->waited_us, block_lock, log_tag, "data_write");
+        write->waited_us += now_us() - start_us;
+    }
+    __atomic_fetch_sub(&block_waiters, 1, __ATOMIC_RELAXED);
+    if (!is_locked) {
+        HAL_LOGE("another stream's chunk is in the way for %d ms",
+                 static_cast<int>(write->waited_us / 1000));
+    }
+    return is_locked;
+}
+
+// False when other streams' chunks take too long, which has then been logged.
+BY_HOLD bool take_block(struct player_write* write) {
+    bool& is_held = write->block.is_held;
+    is_held = is_held || try_lock(block_lock, log_tag, "data_write") || wait_for_block(write);
+    return is_held;
+}
+
+// Polls until the player takes a chunk of `bytes` bytes. False when it does not; the reason has
+// then been logged. A write that has waited for long enough asks once more for each of its pieces,
+// but waits no more; a service that hangs is not asked again. Whoever waits holds no block.
+bool wait_for_room(struct player_write* write, uint32_t bytes) {
+    if (write->has_no_answer) {
+        return false;
+    }
+    uint64_t refused_us = 0;  // when the player last had no room; 0 before that
+    for (;;) {
+        const int32_t status = ask_for_room(write->session, bytes);
+        if (refused_us != 0) {
+            // A slow answer makes a round longer, a signal makes it shorter: the wait ends anyway.
+            write->waited_us += std::max<uint64_t>(poll_us, now_us() - refused_us);
+        }
         if (status == 0) {
-            session->room_wait_us = 0;
             return true;
         }
         if (!is_busy(status)) {
             HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x)", as_hex(status));
-            session->has_no_answer = now_us() - start_us >= longest_us;
+            write->has_no_answer = status == -ETIMEDOUT;
             return false;
         }
-        if (session->room_wait_us >= longest_us) {
-            if (has_waited) {
+        if (write->waited_us >= longest_wait_us(write)) {
+            if (refused_us != 0) {
                 HAL_LOGE("ZUAVPLAYER_GetBuf failed (0x%x): no room for %d ms", as_hex(status),
-                         static_cast<int>(session->room_wait_us / 1000));
+                         static_cast<int>(write->waited_us / 1000));
             }
             return false;
         }
+        write->block.release();
+        refused_us = now_us();
         usleep(poll_us);
-        has_waited = true;
-        // A slow answer makes a round longer, a signal makes it shorter: the wait ends anyway.
-        const uint64_t waited_us = std::max<uint64_t>(poll_us, now_us() - start_us);
-        session->room_wait_us +=
-            static_cast<uint32_t>(std::min<uint64_t>(waited_us, longest_wait_running_us));
     }
 }
 
-// Hands one chunk over through the shared block, which all direct streams have in common.
-int32_t send_chunk(const struct avplay_session* session, const uint8_t* data, uint32_t bytes,
-                   uint32_t pts) {
-    const hal_lock lock(block_lock, log_tag, "data_write");
+// Hands one chunk over through the block, which the caller holds.
+int32_t send_chunk(struct player_write* write, const uint8_t* data, uint32_t bytes, uint32_t pts) {
+    write->waited_us = 0;
     const int copy_error = memcpy_s(player_block(), bytes, data, bytes);
     if (copy_error != 0 && is_switch_on(gbEnablePts)) {
         HAL_LOGD("%s: memcpy_s mshare failed(0x%x)", "data_write", as_hex(copy_error));
     }
-    const int32_t status = ZUAVPLAYER_PutBufEx(player_connection(), session->avplay_handle,
+    const int32_t status = ZUAVPLAYER_PutBufEx(player_connection(), write->session->avplay_handle,
                                                android::ZU_BUF_AUD, bytes, pts);
     if (status != 0) {
         HAL_LOGE("Call ZUAVPLAYER_PutBufEx failed (0x%x)", as_hex(status));
+        write->has_no_answer = status == -ETIMEDOUT;
     }
     return status;
 }
 
 void capture_chunk(FILE* es_file, const uint8_t* data, uint32_t bytes) {
-    if (es_file == nullptr) {
-        return;
-    }
     const size_t written = fwrite(data, 1, bytes, es_file);
     if (written < bytes) {
         HAL_LOGE(" fwrite es file failed wanted(%d) actual(%d)", static_cast<int>(bytes),
@@ -128,14 +163,22 @@ void note_pts(uint32_t size, uint32_t pts) {
 
 }  // namespace
 
-void begin_feeding(struct avplay_session* session) {
-    session->room_wait_us = 0;
-    session->has_no_answer = false;
+void block_hold::release_if_wanted() {
+    if (load_relaxed(block_waiters) > 0) {
+        release();
+    }
 }
 
-int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_t size,
-                    uint32_t pts) {
+BY_HOLD void block_hold::release() {
+    if (is_held) {
+        unlock(block_lock, log_tag, "data_write");
+        is_held = false;
+    }
+}
+
+int32_t feed_player(struct player_write* write, const uint8_t* data, uint32_t size, uint32_t pts) {
     trace_call(log_tag, "data_write");
+    struct avplay_session* const session = write->session;
     int32_t status = 0;
     if (session->state == AVPLAY_STATE_READY) {
         status = hal_avplay_resume(session);
@@ -148,11 +191,15 @@ int32_t feed_player(struct avplay_session* session, const uint8_t* data, uint32_
     note_pts(size, pts);
     for (uint32_t sent = 0; sent < size;) {
         const uint32_t bytes = std::min(size - sent, chunk_bytes);
-        if (!wait_for_room(session, bytes)) {
+        write->block.release_if_wanted();
+        if (!wait_for_room(write, bytes) || !take_block(write)) {
             return -1;
         }
-        status = send_chunk(session, data + sent, bytes, sent == 0 ? pts : PTS_NONE);
-        capture_chunk(session->es_file, data + sent, bytes);
+        status = send_chunk(write, data + sent, bytes, sent == 0 ? pts : PTS_NONE);
+        if (session->es_file != nullptr) {
+            write->block.release();  // a file may be slow
+            capture_chunk(session->es_file, data + sent, bytes);
+        }
         sent += bytes;
     }
     return status;
@@ -163,6 +210,6 @@ int32_t data_write(struct avplay_session* session, const uint8_t* data, uint32_t
     if (session == nullptr || (data == nullptr && size > 0)) {
         return -1;
     }
-    begin_feeding(session);
-    return feed_player(session, data, size, pts);
+    struct player_write write = {session, 0, false, {}};
+    return feed_player(&write, data, size, pts);
 }

@@ -69,10 +69,12 @@ void hold(struct avplay_session* session, const span& input, uint32_t expected_o
 }
 
 // A line for the frame in the "pts" capture file.
-void capture_pts(const struct avplay_session* session, uint64_t pts_ms, uint32_t frame_size) {
+void capture_pts(struct player_write* write, uint64_t pts_ms, uint32_t frame_size) {
+    const struct avplay_session* const session = write->session;
     if (session->pts_file == nullptr) {
         return;
     }
+    write->block.release();  // a file may be slow
     const uint64_t step_ms = pts_ms > session->last_pts ? pts_ms - session->last_pts : 0;
     char line[1024] = {};
     const int error = sprintf_s(line, sizeof(line), "%10llu %10u %10llu \n",
@@ -86,13 +88,14 @@ void capture_pts(const struct avplay_session* session, uint64_t pts_ms, uint32_t
 
 // Sends what is still missing of a frame whose header came with an earlier write. What is left of
 // the input begins with a header, unless the debt took it all.
-span tunnel_write_rawdata(struct avplay_session* session, const span& input) {
+span tunnel_write_rawdata(struct player_write* write, const span& input) {
+    struct avplay_session* const session = write->session;
     const uint32_t debt = session->raw_data_left;
     const uint32_t payload = std::min(input.n, debt);
     // A write that ended right behind the header had no chunk for the frame's time to go with.
     const bool frame_is_untouched = debt == session->frame_size;
     const uint32_t pts = frame_is_untouched ? static_cast<uint32_t>(session->last_pts) : PTS_NONE;
-    const int32_t error = feed_player(session, input.p, payload, pts);
+    const int32_t error = feed_player(write, input.p, payload, pts);
     if (error != 0) {
         HAL_LOGE("%s:avplay_write0 failed (0x%x)", __func__, as_hex(error));
     }
@@ -111,7 +114,8 @@ span tunnel_write_rawdata(struct avplay_session* session, const span& input) {
 
 // Takes one header and its payload off the input. False when the input held no more than is now
 // carried over.
-bool tunnel_write_framedata(struct avplay_session* session, span* input) {
+bool tunnel_write_framedata(struct player_write* write, span* input) {
+    struct avplay_session* const session = write->session;
     const bool logs = is_switch_on(gbEnablePts);
     const uint32_t expected_offset = expected_data_offset(session);
     uint32_t frame_size = 0;
@@ -132,12 +136,12 @@ bool tunnel_write_framedata(struct avplay_session* session, span* input) {
         HAL_LOGD("%s:find_header success u32DataOffset:%d but still something wrong happend",
                  __func__, static_cast<int>(data_offset));
     }
-    capture_pts(session, pts_ms, frame_size);
+    capture_pts(write, pts_ms, frame_size);
     session->frame_size = frame_size;
     session->last_pts = pts_ms;
 
     const span payload = rest_of(*input, data_offset);
-    const int32_t error = feed_player(session, payload.p, std::min(payload.n, frame_size),
+    const int32_t error = feed_player(write, payload.p, std::min(payload.n, frame_size),
                                       static_cast<uint32_t>(pts_ms));
     if (error != 0) {
         HAL_LOGE("%s:avplay_write1 failed 0x%x", __func__, as_hex(error));
@@ -159,30 +163,31 @@ bool tunnel_write_framedata(struct avplay_session* session, span* input) {
 }
 
 // One stretch of input, which lies whole in the caller's buffer or in the session's.
-void tunnel_write(struct avplay_session* session, span input) {
+void tunnel_write(struct player_write* write, span input) {
+    struct avplay_session* const session = write->session;
     if (session->raw_data_left > 0) {
-        input = tunnel_write_rawdata(session, input);
+        input = tunnel_write_rawdata(write, input);
         session->tmp_len = 0;
         if (session->raw_data_left > 0) {
             return;
         }
     }
-    while (tunnel_write_framedata(session, &input)) {
+    while (tunnel_write_framedata(write, &input)) {
     }
 }
 
 void write_tunnel(struct avplay_session* session, const uint8_t* data, uint32_t bytes) {
-    begin_feeding(session);
+    struct player_write write = {session, 0, false, {}};
     do {
         // Without held bytes the caller's are used where they are.
         if (session->tmp_len == 0) {
-            tunnel_write(session, {data, bytes});
+            tunnel_write(&write, {data, bytes});
             return;
         }
         // With them, no more than fits behind them at a time.
         const uint32_t room = static_cast<uint32_t>(sizeof(session->tmp_buf)) - session->tmp_len;
         const uint32_t slice = std::min(bytes, room);
-        tunnel_write(session, append_to_held(session, data, slice));
+        tunnel_write(&write, append_to_held(session, data, slice));
         data += slice;
         bytes -= slice;
     } while (bytes > 0);

@@ -155,7 +155,7 @@ class direct_stream_command : public command {
         std::string how_text = format_name(source.format());
         {
             const hal_module module(options.module_path);
-            const hal_device device(module);
+            const hal_device device(module, absent_player_service::wait);
             if (tunnel_) {
                 how_text += ", AV-sync source " + std::to_string(query_av_sync(device, log)) +
                             ", header version " + std::to_string(how.framing->version) +

@@ -16,6 +16,7 @@ namespace {
 constexpr size_t max_path_bytes = 4096;
 constexpr char module_class[] = "audio";
 constexpr char module_instance[] = "primary";
+constexpr char service_wait_variable[] = "CORVEX_BINDER_WAIT_MS";
 
 std::string loader_reason(int status) {
     const std::string reason = hw_module_error();
@@ -53,7 +54,11 @@ hal_module::hal_module(const std::string& path) : path_(path) {
     }
 }
 
-hal_device::hal_device(const hal_module& module) {
+hal_device::hal_device(const hal_module& module, absent_player_service then) {
+    const char* const wait_ms = std::getenv(service_wait_variable);
+    if (then == absent_player_service::go_on && (wait_ms == nullptr || *wait_ms == '\0')) {
+        setenv(service_wait_variable, "0", 1);
+    }
     const int status = audio_hw_device_open(&module.descriptor(), &device_);
     if (status != 0 || device_ == nullptr) {
         device_ = nullptr;

@@ -23,10 +23,14 @@ class hal_module {
     std::string path_;
 };
 
+// What the device's opening is to do about a player service that is not there yet. The user's own
+// CORVEX_BINDER_WAIT_MS holds either way.
+enum class absent_player_service { go_on, wait };
+
 class hal_device {
   public:
     // Opens "audio_hw_if". Throws tool_error.
-    explicit hal_device(const hal_module& module);
+    hal_device(const hal_module& module, absent_player_service then);
     ~hal_device();
     hal_device(const hal_device&) = delete;
     hal_device& operator=(const hal_device&) = delete;

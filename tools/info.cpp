@@ -224,7 +224,7 @@ class info_command : public command {
         const hal_module module(options.module_path);
         print_descriptor(module);
         {
-            const hal_device device(module);
+            const hal_device device(module, absent_player_service::go_on);
             print_device(device.table());
             print_outputs(device);
             std::printf("input streams\n");

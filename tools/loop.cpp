@@ -53,7 +53,7 @@ class loop_command : public command {
             const hal_module module(options.module_path);
             require_tinyalsa_for(module, sink);
             require_tinyalsa_for(module, source);
-            const hal_device device(module);
+            const hal_device device(module, absent_player_service::go_on);
             log.forget();
             const problems_until_device_closes quiet_close(log);
             int status = 0;

@@ -79,7 +79,7 @@ class record_command : public command {
         {
             const hal_module module(options.module_path);
             require_tinyalsa_for(module, source);
-            const hal_device device(module);
+            const hal_device device(module, absent_player_service::go_on);
             log.forget();
             const problems_until_device_closes quiet_close(log);
             const auto stream = open_stream(device, rate_hz_, channels_, log);

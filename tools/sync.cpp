@@ -22,7 +22,7 @@ class sync_command : public command {
         const interrupt_guard interrupt;
         const player_service service(service_.make_plan("").request);
         const hal_module module(options.module_path);
-        const hal_device device(module);
+        const hal_device device(module, absent_player_service::wait);
         const uint32_t id = query_av_sync(device, log);
         const uint32_t again = query_av_sync(device, log);
         if (again != id) {

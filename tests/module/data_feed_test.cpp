@@ -2,6 +2,7 @@
 
 #include "diag/debug_switches.h"
 #include "direct/data_feed.h"
+#include "direct/tunnel_writer.h"
 #include "tests/support/direct_fixture.h"
 
 namespace {
@@ -97,6 +98,29 @@ TEST_F(DataFeed, GivesUpWaitingAfterASecondAndAHundredMillisecondsPaused) {
     // And then all is as before.
     player_service().results.clear();
     EXPECT_EQ(feed("x"), 0);
+}
+
+TEST_F(DataFeed, WaitsForAnotherStreamsChunkNoLongerThanForRoom) {
+    struct audio_stream_out* const other = open_running(tunnel_flags);
+    session_of(other)->state = AVPLAY_STATE_PAUSED;
+    player_service().in_call = [&](const std::string& name) {
+        if (name == "PutBufEx") {
+            player_service().in_call = nullptr;
+            log.clear();
+            // Without the stream's lock, which is never taken behind that of the block.
+            const std::string frames = avsync_frame(1, "abc", 1) + avsync_frame(1, "def", 2);
+            hal_avplay_write(session_of(other), reinterpret_cast<const uint8_t*>(frames.data()),
+                             static_cast<uint32_t>(frames.size()));
+        }
+    };
+    EXPECT_EQ(feed("xyz"), 0);
+    EXPECT_EQ(payload_of(take_chunks()), "xyz");
+    // Both frames are lost after one wait.
+    EXPECT_EQ(log.count_containing("another stream's chunk is in the way"), 1);
+    EXPECT_EQ(log.count_containing("tunnel_write_framedata:avplay_write1 failed 0xffffffff"), 2);
+    write(other, avsync_frame(1, "ghi", 3));
+    EXPECT_EQ(payload_of(take_chunks()), "ghi");
+    close_stream(other);
 }
 
 TEST_F(DataFeed, AnyOtherRefusalEndsTheWriteAtOnce) {

@@ -130,6 +130,28 @@ TEST(InfoCommand, AbsentOperationsAreNamedAndNeverCalled) {
     }
 }
 
+TEST(CommandLine, OnlyWhoNeedsAPlayerServiceWaitsForOne) {
+    const scratch_dir dir;
+    write_file("in.wav", wav16, 48000, 2, noise(96));
+    const struct {
+        words arguments;
+        std::string waits_ms;  // empty: as long as the library has it
+    } rows[] = {{{"info"}, "0"},
+                {{"play", "in.wav", "-d", "null"}, "0"},
+                {{"record", "out.wav", "-d", "null", "-s", "0.01"}, "0"},
+                {{"loop", "-p", "null", "-d", "null"}, "0"},
+                {{"sync", "--service", FAKE_SERVICE_FILE}, ""},
+                {{"tunnel", "in.wav", "--service", FAKE_SERVICE_FILE}, ""}};
+    for (const auto& row : rows) {
+        for (const std::string set_ms : {"", "70"}) {
+            std::remove("service_wait");
+            run_with_fake({"CORVEX_BINDER_WAIT_MS=" + set_ms}, row.arguments);
+            EXPECT_EQ(read_bytes("service_wait"), set_ms.empty() ? row.waits_ms : set_ms)
+                << testing::PrintToString(row.arguments);
+        }
+    }
+}
+
 TEST(InfoCommand, RefusalsAreReportedWithTheirCode) {
     const scratch_dir dir;
     const finished result = run_with_fake({"FAKE_open_stream=-22"}, {"info"});

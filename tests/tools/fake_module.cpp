@@ -1,6 +1,6 @@
 // An audio module without audio. It adds a line to the file "calls" for each call worth checking,
 // adds the bytes written to the file "pcm", leaves the folder where it would look for services in
-// the file "service_folder", and misbehaves as variables FAKE_... tell it:
+// the files "service_folder" and "service_wait", and misbehaves as variables FAKE_... tell it:
 //
 //   open_device, open_stream   status that the open answers
 //   open_log                   text of an error line that opening the device logs
@@ -233,6 +233,7 @@ int open_device(const hw_module_t* module, const char* name, hw_device_t** devic
     if (const char* folder = std::getenv("CORVEX_BINDER_DIR")) {
         std::ofstream("service_folder") << folder;
     }
+    std::ofstream("service_wait") << std::getenv("CORVEX_BINDER_WAIT_MS");
     log_scripted("open_log");
     device.common.tag = HARDWARE_DEVICE_TAG;
     device.common.version = AUDIO_DEVICE_API_VERSION_2_0;

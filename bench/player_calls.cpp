@@ -1,0 +1,165 @@
+// Calls to a player service in another process, beside bare round trips to another process over a
+// SOCK_SEQPACKET socket.
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <binder/IPCThreadState.h>
+#include <binder/ProcessState.h>
+
+#include "bench/loaded_module.h"
+#include "bench/null_player.h"
+#include "bench/resources.h"
+#include "bench/subject.h"
+
+namespace {
+
+// A request with the interface's name and four words, and a reply with its status.
+constexpr size_t request_bytes = 128;
+constexpr size_t reply_bytes = 32;
+
+// The far end of the bare round trips.
+void echo(int socket) {
+    char bytes[request_bytes];
+    while (recv(socket, bytes, sizeof(bytes), 0) == static_cast<ssize_t>(request_bytes)) {
+        if (send(socket, bytes, reply_bytes, 0) != static_cast<ssize_t>(reply_bytes)) {
+            return;
+        }
+    }
+}
+
+void serve(int ready) {
+    static std::string* nothing = nullptr;
+    android::ProcessState::self()->startThreadPool();
+    offer_null_players(&nothing);
+    if (write(ready, "!", 1) == 1) {
+        android::IPCThreadState::self()->joinThreadPool();
+    }
+}
+
+// A service and an echo in processes of their own, made before this one has threads.
+class other_processes {
+  public:
+    other_processes() {
+        int ready[2];
+        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets_) != 0 ||
+            pipe(ready) != 0) {
+            give_up("player calls: no sockets");
+        }
+        echo_.emplace([this] { echo(sockets_[1]); });
+        service_.emplace([&ready] { serve(ready[1]); });
+        close(ready[1]);
+        char byte = 0;
+        if (read(ready[0], &byte, 1) != 1) {
+            give_up("player calls: the service did not start");
+        }
+        close(ready[0]);
+        close(sockets_[1]);
+    }
+    ~other_processes() { close(sockets_[0]); }
+    other_processes(const other_processes&) = delete;
+    other_processes& operator=(const other_processes&) = delete;
+
+    void round_trips(uint32_t times) const {
+        char bytes[request_bytes] = {};
+        for (uint32_t i = 0; i < times; ++i) {
+            if (send(sockets_[0], bytes, sizeof(bytes), 0) != static_cast<ssize_t>(request_bytes) ||
+                recv(sockets_[0], bytes, sizeof(bytes), 0) != static_cast<ssize_t>(reply_bytes)) {
+                give_up("player calls: a bare round trip failed");
+            }
+        }
+    }
+
+  private:
+    int sockets_[2] = {};
+    std::optional<child> echo_;
+    std::optional<child> service_;
+};
+
+// A chunk goes to the service by two calls of the module's flat functions.
+class chunk_subject final : public subject {
+  public:
+    chunk_subject() {
+        uint32_t made = 0;
+        if (exported<int32_t(void**)>("ZUAVPLAYER_Open")(&player_) != 0 ||
+            exported<int32_t(void*)>("ZUAVPLAYER_Init")(player_) != 0 ||
+            exported<int32_t(void*, const void*, uint32_t*, uint64_t)>("ZUAVPLAYER_Create")(
+                player_, "attr", &made, 4) != 0) {
+            give_up("chunk: no player");
+        }
+        block_ = exported<void*(void*)>("ZUAVPLAYER_GetCblk")(player_);
+        std::memset(data_, 0x5A, sizeof(data_));
+        ours(1);
+        uint32_t taken = 0;
+        uint32_t last = 0;
+        const auto ask =
+            exported<int32_t(void*, uint32_t, uint32_t*, uint32_t*)>("ZUAVPLAYER_GetAudioPlaytime");
+        if (ask(player_, 1, &taken, &last) != 0 || taken != sizeof(data_) || last != 0x5A) {
+            give_up("chunk: the player did not get what was sent");
+        }
+    }
+    ~chunk_subject() override { exported<int32_t(void*)>("ZUAVPLAYER_Close")(player_); }
+
+    void ours(uint32_t times) override {
+        for (uint32_t i = 0; i < times; ++i) {
+            if (get_buf_(player_, 1, 1, sizeof(data_), 0) != 0) {
+                give_up("chunk: GetBuf failed");
+            }
+            std::memcpy(block_, data_, sizeof(data_));
+            if (put_buf_(player_, 1, 1, sizeof(data_), 0) != 0) {
+                give_up("chunk: PutBufEx failed");
+            }
+        }
+    }
+    void reference(uint32_t times) override { others_.round_trips(2 * times); }
+
+  private:
+    using call = int32_t(void* handle, uint32_t player, int buffer, uint32_t bytes, uint32_t value);
+
+    const other_processes others_;
+    call* const get_buf_ = exported<call>("ZUAVPLAYER_GetBuf");
+    call* const put_buf_ = exported<call>("ZUAVPLAYER_PutBufEx");
+    void* player_ = nullptr;
+    void* block_ = nullptr;
+    char data_[1024];
+};
+
+// The position of a direct stream is one call.
+class position_subject final : public subject {
+  public:
+    position_subject() {
+        stream_ = module_.open_output(AUDIO_OUTPUT_FLAG_DIRECT);
+        stream_->write(stream_, "data", 4);
+    }
+    ~position_subject() override { module_.close(stream_); }
+
+    void ours(uint32_t times) override {
+        for (uint32_t i = 0; i < times; ++i) {
+            uint64_t frames = 0;
+            timespec time = {};
+            if (stream_->get_presentation_position(stream_, &frames, &time) != 0 ||
+                frames != null_player::decoded_frames) {
+                give_up("position: it is not what the player says");
+            }
+        }
+    }
+    void reference(uint32_t times) override { others_.round_trips(times); }
+
+  private:
+    const other_processes others_;
+    const loaded_module module_;
+    audio_stream_out* stream_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<subject> make_chunk() {
+    return std::make_unique<chunk_subject>();
+}
+std::unique_ptr<subject> make_position() {
+    return std::make_unique<position_subject>();
+}
