@@ -94,7 +94,7 @@ void tunnel_writer(benchmark::State& state) {
     for (auto each : state) {
         write(session.get(), stream);
     }
-    check(handed_over == stream.payload.size() * state.iterations(), state);
+    check(handed_over == stream.payload.size() * static_cast<uint64_t>(state.iterations()), state);
     state.SetBytesProcessed(static_cast<int64_t>(handed_over));
     hal_avplay_deinitAvplayer();
 }
