@@ -49,6 +49,39 @@ change android11 $audio 's/(?<=CURRENT )AUDIO_DEVICE_API_VERSION_3_0/HARDWARE_DE
 change android11 libbinder/include/binder/IMemory.h \
   's/void\* pointer\(\) const;/void* unsecurePointer() const;\n  private: void* pointer() const; public:/'
 
+# A tree hands its headers on with -I, and they are not written for our warnings: a function that each
+# header of a library gets here would stop the build, were it not for --system-header-prefix in Android.bp.
+cp -r "$out/android9" "$out/tree"
+cp -rn platform/lib{audioutils,binder,cutils,hardware}/include/. "$out/tree"
+mkdir "$out/vendor"
+cp -r platform/lib{annexk,nano,zuavplayer}/include/. "$out/vendor"
+tests/tinyalsa_releases/make_release.sh android9 "$out/tree-tinyalsa"
+cp -rLn "$out/tree-tinyalsa/include/." /usr/include/android/{android,cutils,log,utils} "$out/tree"
+number=0
+while IFS= read -r header; do
+  number=$((number + 1))
+  cat >>"$header" <<END
+#if defined(__cplusplus) && !defined(LOOSE_$number)
+#define LOOSE_$number
+inline unsigned loose_$number(long value) { return (unsigned)value; }
+#endif
+END
+done < <(find "$out/tree" "$out/vendor" -name '*.h')
+
+# options_of FOLDER FILE: what Android.bp has for its compiler, as a file of options.
+options_of() {
+  python3 -B - "$1/Android.bp" >"$2" <<'END'
+import pathlib, shlex, sys
+sys.path.insert(0, "lint")
+import blueprint
+[(_, module)] = blueprint.read_modules(pathlib.Path(sys.argv[1]))
+print(*(shlex.quote(option) for option in ["-std=" + module["cpp_std"], *module["cflags"]]), sep="\n")
+END
+}
+for folder in . platform/lib{annexk,nano,zuavplayer}; do
+  options_of "$folder" "$out/${folder##*/}.options"
+done
+
 for release in android9 1.0.2 1.1.1 2.0.0; do
   tests/tinyalsa_releases/make_release.sh $release "$out/tinyalsa-$release"
 done
@@ -76,8 +109,25 @@ for folder in platform/*/include; do
   [[ $folder == platform/libtinyalsa/* ]] || platform+=" -I$folder"
 done
 
+# compile_in_tree SOURCE: as Android.bp would have it compiled.
+compile_in_tree() {
+  local module=. path=(-I. "-I$out/vendor")
+  if [[ $1 == platform/* ]]; then
+    module=${1%/src/*} path=("-I${1%/src/*}/include")
+  fi
+  if ! clang++ -fsyntax-only "@$out/${module##*/}.options" "${path[@]}" "-I$out/tree" "$1"; then
+    echo "$1 does not compile with the options of $module/Android.bp: where the fault is in a library's header," \
+      "a --system-header-prefix is missing there"
+    return 1
+  fi
+}
+
 # compile COMPILER ROW TINYALSA SOURCE
 compile() {
+  if [[ $2 == tree ]]; then
+    compile_in_tree "$4"
+    return
+  fi
   local flags warnings=$gnu_warnings
   [[ $1 != clang++ ]] || warnings=$clang_warnings
   read -ra flags <<<"-std=gnu++17 -fsyntax-only -fno-exceptions -fno-rtti $warnings -I. $platform_flags"
@@ -88,7 +138,7 @@ compile() {
     return 1
   fi
 }
-export -f compile
+export -f compile compile_in_tree
 export out gnu_warnings clang_warnings deprecated_callers platform_flags=$platform
 
 sources=("$@")
@@ -102,10 +152,11 @@ fi
 status=0
 for source in "${sources[@]}"; do
   for compiler in g++ clang++; do
-    echo "$compiler android9 android9 $source"
     echo "$compiler android10 2.0.0 $source"
     echo "$compiler android11 android9 $source"
   done
+  echo "g++ android9 android9 $source"
+  echo "clang++ tree android9 $source"
   echo "arm-linux-gnueabihf-g++ android9 android9 $source"
 done | xargs -P "$(nproc)" -L 1 bash -c 'compile "$@"' compile || status=1
 

@@ -47,7 +47,7 @@ if(EMULATOR)
 endif()
 set(warnings -Wall -Wextra -Wconversion -Werror)
 
-run(ignored ${COMPILER} ${flags} -x c -std=c11 ${warnings} ${cflags}
+run(ignored ${COMPILER} ${flags} -x c -std=c99 ${warnings} ${cflags}
   ${CMAKE_CURRENT_LIST_DIR}/play.c -x none -o play ${libs})
 run(played ${EMULATOR} "${SCRATCH}/play")
 expect("what the C program opened" "${played}" "48000 Hz, 2 channels, 4 bytes a frame\n")

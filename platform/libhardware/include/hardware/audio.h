@@ -24,6 +24,8 @@
 
 __BEGIN_DECLS
 
+struct timespec; /* which time.h leaves out for strict C99 */
+
 #define AUDIO_HARDWARE_MODULE_ID "audio"       /* class of the module */
 #define AUDIO_HARDWARE_INTERFACE "audio_hw_if" /* id of its device */
 
