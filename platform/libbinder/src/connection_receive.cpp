@@ -1,349 +1,206 @@
-// What a connection receives. On the loop's thread: nothing here may block, or let go of an object.
+// What a connection receives over its control socket. On the loop's thread: nothing here may block,
+// drop a reference of somebody else's, or close a descriptor that has come from outside.
 //
 // False means that the other side does not keep to the protocol, which is the end of the
-// connection. A call whose parcel does not hold together is refused instead.
+// connection. A call whose parcel is malformed is refused instead.
 
 #include <cerrno>
 #include <cstring>
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
+#include "calling_identity.h"
+#include "carried_parcel.h"
 #include "connection.h"
-#include "dispatch.h"
+#include "executor.h"
 #include "log.h"
-#include "proxy.h"
-#include "service_registry.h"
+#include "process_calls.h"
 
 namespace corvex_binder {
 
+using android::IBinder;
+using android::Parcel;
+using android::sp;
+using android::status_t;
+
 namespace {
 
-constexpr size_t kReadBytes = size_t{64} << 10;
-constexpr int kReadsAtOnce = 16;  // then others have their turn
-constexpr int kTicksToGreet = 10;
-
-// What may wait here to be served for one connection.
-constexpr uint64_t kMaxIncomingCost = uint64_t{64} << 20;
-
-// Takes over the descriptors of a message.
-std::vector<unique_fd> take_descriptors(msghdr& message) {
-    std::vector<unique_fd> descriptors;
-    for (cmsghdr* header = CMSG_FIRSTHDR(&message); header != nullptr;
-         header = CMSG_NXTHDR(&message, header)) {
-        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) {
-            continue;
-        }
-        const size_t count = (header->cmsg_len - CMSG_LEN(0)) / sizeof(int);
-        for (size_t i = 0; i < count; ++i) {
-            int descriptor = -1;
-            memcpy(&descriptor, CMSG_DATA(header) + i * sizeof descriptor, sizeof descriptor);
-            descriptors.emplace_back(descriptor);
-        }
-    }
-    return descriptors;
-}
+constexpr int kMessagesAtOnce = 16;  // then others have their turn
 
 }  // namespace
 
 void connection::on_events(uint32_t events) {
-    if ((events & EPOLLOUT) != 0) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (is_open()) {
-            flush();
+    if ((events & EPOLLOUT) != 0 && control_.flush()) {
+        io_loop::get()->set_events(*this, EPOLLIN | EPOLLRDHUP);
+        // Another thread may have found it full meanwhile.
+        if (control_.has_waiting()) {
+            io_loop::get()->set_events(*this, EPOLLIN | EPOLLRDHUP | EPOLLOUT);
         }
+        close_if_idle();
     }
     if ((events & ~EPOLLOUT) != 0) {
-        read_all();
+        read_control();
     }
 }
 
-// Reads what is there, up to a measure; finishes at the end of the stream.
-void connection::read_all() {
-    static uint8_t bytes[kReadBytes];
-    for (int i = 0; i < kReadsAtOnce; ++i) {
-        iovec part = {bytes, sizeof bytes};
-        alignas(cmsghdr) char control[CMSG_SPACE(kMaxFrameDescriptors * sizeof(int))];
-        msghdr message = {};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        message.msg_control = control;
-        message.msg_controllen = sizeof control;
-        const ssize_t got = recvmsg(socket_.get(), &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got < 0 && errno == EAGAIN) {
+void connection::read_control() {
+    static uint8_t room[kMaxMessageBytes];
+    for (int i = 0; i < kMessagesAtOnce; ++i) {
+        received_message message;
+        receive_message(control_.fd(), room, sizeof room, MSG_DONTWAIT, &message);
+        if (message.bytes < 0 && (errno == EAGAIN || errno == EINTR)) {
             return;
         }
-        if (got <= 0) {
-            finish(nullptr);
-            return;
+        const auto size = static_cast<size_t>(message.bytes > 0 ? message.bytes : 0);
+        const bool has_ended = size == 0;
+        const bool is_good = has_ended || receive(message, room, size);
+        if (message.descriptors.count() > 0) {
+            release_later(std::move(message.descriptors));
         }
-        std::vector<unique_fd> descriptors = take_descriptors(message);
-        if ((message.msg_flags & MSG_CTRUNC) != 0) {
-            finish("it sent too many descriptors at once, or this process has none left");
-            return;
+        if (!is_good) {
+            end_for("it does not keep to the protocol");
         }
-        reader_.feed(bytes, static_cast<size_t>(got), std::move(descriptors));
-        if (!receive_frames()) {
-            finish("it does not keep to the protocol");
+        if (has_ended || !is_good) {
+            finish();
             return;
         }
     }
 }
 
-bool connection::receive_frames() {
-    incoming_frame frame;
-    for (;;) {
-        const frame_reader::result result = reader_.next(&frame);
-        if (result != frame_reader::result::frame) {
-            return result == frame_reader::result::need_more;
-        }
-        if (!receive(frame)) {
-            return false;
-        }
+bool connection::receive(received_message& message, const uint8_t* bytes, size_t size) {
+    const uint32_t type = message_type_of(bytes, size);
+    if (!is_greeted_) {
+        return type == kHello && receive_hello(bytes, size);
     }
-}
-
-bool connection::receive(incoming_frame& frame) {
-    if (!greeted_) {
-        return frame.type == kHelloFrame && receive_hello(frame);
-    }
-    switch (frame.type) {
-        case kCallFrame:
-            return receive_call(frame);
-        case kReplyFrame:
-            return receive_reply(frame);
-        case kOnewayDoneFrame:
-            return receive_oneway_done(frame);
-        case kReleaseFrame:
-            return receive_release(frame);
-        case kObjectDiedFrame:
-            return receive_object_died(frame);
+    switch (type) {
+        case kOnewayCall:
+            return receive_oneway(message, bytes, size);
+        case kOnewayDone:
+            return receive_oneway_done(bytes, size);
+        case kRelease:
+            return receive_release(bytes, size);
+        case kChannel:
+            return receive_channel(message, size);
         default:
             return false;
     }
 }
 
-bool connection::receive_hello(const incoming_frame& frame) {
-    if (!read_hello(frame.payload, frame.payload_bytes, &process_)) {
+bool connection::receive_hello(const uint8_t* bytes, size_t size) {
+    hello_message hello = {};
+    if (size != sizeof hello || !decode_fixed(bytes, size, &hello, sizeof hello) ||
+        memcmp(hello.magic, kWireMagic, sizeof hello.magic) != 0) {
         return false;
     }
-    stop_waiting_for_hello();
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        enqueue(make_hello());
-    }
-    add_peer(process_, shared_from_this());
-    return true;
+    // Also where the version is another one: that is for the other side to see.
+    is_greeted_ = true;
+    tell(control_.send(make_hello(android::NO_ERROR)));
+    return hello.version == kWireVersion;
 }
 
-// Accepted connections wait for their hello from open() on.
-void connection::stop_waiting_for_hello() {
-    if (!greeted_) {
-        greeted_ = true;
-        io_loop::get()->want_ticks(*this, false);
+bool connection::receive_oneway(received_message& message, const uint8_t* bytes, size_t size) {
+    call_message call = {};
+    if (!decode_fixed(bytes, size, &call, sizeof call) || call.number != 0 ||
+        (call.flags & IBinder::FLAG_ONEWAY) == 0) {
+        return false;
     }
-}
-
-void connection::on_tick() {
-    if (!greeted_ && ++ticks_ungreeted_ > kTicksToGreet) {
-        finish("it does not say hello");
-    }
-}
-
-// The parcel behind the first `at` bytes of a payload; null, with a line in the log, where it does
-// not hold together.
-std::unique_ptr<android::Parcel> connection::take_parcel(incoming_frame& frame, size_t at) {
     wire_parcel wire;
-    objects_list objects;
-    auto parcel = std::make_unique<android::Parcel>();
-    if (decode_parcel(frame.payload + at, frame.payload_bytes - at, frame.descriptors.size(),
-                      &wire) &&
-        take_objects(wire, frame.descriptors, &objects) &&
-        parcel_access::fill(*parcel, wire.data, wire.data_bytes, &objects) == android::NO_ERROR) {
-        return parcel;
+    const bool holds = decode_parcel(call.parcel, bytes + sizeof call, size - sizeof call, &wire);
+    const size_t descriptors = holds ? wire.descriptors : message.descriptors.count();
+    const uint64_t cost = message_cost(size, descriptors);
+    if (!oneway_.receive(cost)) {
+        return false;
     }
-    let_go(std::move(objects));
-    BINDER_LOG(ERROR, "a parcel from process %d does not hold together and is refused", peer_.pid);
-    return nullptr;
-}
-
-bool connection::take_objects(const wire_parcel& wire, std::vector<unique_fd>& descriptors,
-                              objects_list* objects) {
-    size_t next_descriptor = 0;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    for (const wire_object& object : wire.objects) {
-        parcel_object taken;
-        taken.offset = object.offset;
-        if (object.kind == kDescriptor) {
-            taken.type = kDescriptorType;
-            taken.fd = descriptors[next_descriptor++].release();
-            taken.owns_fd = true;
-        } else if (object.kind == kSendersObject && object.object != kRegistry) {
-            taken.binder = proxy_of(object.object);
-        } else {
-            const auto found = exports_.find(object.object);
-            if (found == exports_.end()) {
-                return false;
+    const bool has_bytes = other_->take(resource::oneway_bytes, size);
+    const bool has_room = has_bytes && other_->take(resource::descriptors, descriptors);
+    auto data = std::make_unique<Parcel>();
+    status_t status = take_parcel(shared_from_this(), objects_, call.parcel, bytes + sizeof call,
+                                  size - sizeof call, message, data.get());
+    sp<IBinder> target = objects_.find(call.target);
+    if (!has_room) {
+        status = android::FAILED_TRANSACTION;
+    } else if (status == android::NO_ERROR && target == nullptr) {
+        status = android::NAME_NOT_FOUND;
+    }
+    if (status != android::NO_ERROR) {
+        note_refusal(*other_, "one-way call", status);
+        release_later(std::move(target));
+        target = nullptr;
+    }
+    const void* queue = target != nullptr ? static_cast<const void*>(target.get()) : this;
+    executor::get().post(
+        queue, other_,
+        make_job([self = shared_from_this(), object = std::move(target), data = std::move(data),
+                  call, cost, size, descriptors, has_bytes, has_room]() mutable {
+            if (object != nullptr) {
+                warn_without_pool();
+                const calling_identity caller(*self->other_);
+                Parcel unread;
+                object->transact(call.code, *data, &unread, call.flags);
+                object = nullptr;
             }
-            taken.binder = found->second.object;
-        }
-        objects->push_back(std::move(taken));
-    }
+            data = nullptr;
+            self->oneway_is_served(cost);
+            if (has_bytes) {
+                self->other_->give_back(resource::oneway_bytes, size);
+            }
+            if (has_room) {
+                self->other_->give_back(resource::descriptors, descriptors);
+            }
+        }));
     return true;
 }
 
-// The one proxy of this object, received once more. With the lock held.
-android::sp<android::BpBinder> connection::proxy_of(uint64_t object) {
-    android::wp<android::BpBinder>& known = proxies_[object];
-    android::sp<android::BpBinder> proxy = known.promote();
-    if (proxy == nullptr) {
-        proxy = proxy_access::make(shared_from_this(), object);
-        known = proxy;
-    }
-    ++proxy_access::state(*proxy).received;
-    return proxy;
+void connection::oneway_is_served(uint64_t cost) {
+    oneway_.received_is_done(cost);
+    tell(control_.send(oneway_done_message{kOnewayDone, 0, cost}));
+    close_if_idle();
 }
 
-android::sp<android::IBinder> connection::find_target(uint64_t target) {
-    if (target == kRegistry) {
-        return registry_object();
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = exports_.find(target);
-    return found != exports_.end() ? found->second.object : nullptr;
-}
-
-bool connection::receive_call(incoming_frame& frame) {
-    call_payload fixed = {};
-    if (!decode_fixed(frame.payload, frame.payload_bytes, &fixed, sizeof fixed) ||
-        (fixed.call == 0) != ((fixed.flags & android::IBinder::FLAG_ONEWAY) != 0)) {
+bool connection::receive_oneway_done(const uint8_t* bytes, size_t size) {
+    oneway_done_message done = {};
+    if (!decode_fixed(bytes, size, &done, sizeof done) || !oneway_.sent_is_done(done.cost)) {
         return false;
     }
-    auto call = std::make_unique<incoming_call>();
-    call->from = shared_from_this();
-    call->call = fixed.call;
-    call->cost = frame_cost(frame.payload_bytes, frame.descriptors.size());
-    call->is_lookup = fixed.target == kRegistry;
-    call->code = fixed.code;
-    call->flags = fixed.flags;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        ++incoming_calls_;
-        incoming_cost_ += call->cost;
-        incoming_oneway_cost_ += fixed.call == 0 ? call->cost : 0;
-        if (incoming_cost_ > kMaxIncomingCost || incoming_oneway_cost_ > kMaxOnewayCost) {
-            return false;
-        }
-    }
-    call->data = take_parcel(frame, sizeof fixed);
-    call->target = find_target(fixed.target);
-    if (call->data != nullptr && call->target != nullptr) {
-        dispatch(std::move(call));
-        return true;
-    }
-    if (call->target == nullptr) {
-        BINDER_LOG(ERROR, "a call from process %d is for an object that it does not have",
-                   peer_.pid);
-    }
-    if (fixed.call != 0) {
-        send_reply(fixed.call, call->cost, android::BAD_VALUE, {});
-    } else {
-        send_oneway_done(call->cost);
-    }
-    let_go(std::move(call->target));
-    let_go(std::move(call->data));
-    return true;
-}
-
-bool connection::receive_reply(incoming_frame& frame) {
-    reply_payload fixed = {};
-    if (!decode_fixed(frame.payload, frame.payload_bytes, &fixed, sizeof fixed) ||
-        fixed.status > 0) {
-        return false;
-    }
-    std::unique_ptr<android::Parcel> parcel;
-    if (fixed.status == android::NO_ERROR) {
-        parcel = take_parcel(frame, sizeof fixed);
-        fixed.status = parcel != nullptr ? android::NO_ERROR : android::BAD_VALUE;
-    }
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (fixed.call == 0 || fixed.call > last_call_) {
-            return false;
-        }
-        const auto found = pending_.find(fixed.call);
-        if (found != pending_.end()) {
-            pending_call& pending = *found->second;
-            pending.status = fixed.status;
-            pending.reply = std::move(parcel);
-            pending.done = true;
-            pending.done_or_dead.notify_all();
-            pending_.erase(found);
-        }
-    }
-    // Of a call that has stopped waiting.
-    let_go(std::move(parcel));
-    return true;
-}
-
-bool connection::receive_oneway_done(const incoming_frame& frame) {
-    oneway_done_payload fixed = {};
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (!decode_fixed(frame.payload, frame.payload_bytes, &fixed, sizeof fixed) ||
-        fixed.cost > oneway_cost_) {
-        return false;
-    }
-    oneway_cost_ -= fixed.cost;
     close_if_idle();
     return true;
 }
 
-bool connection::receive_release(const incoming_frame& frame) {
-    release_payload fixed = {};
-    android::sp<android::IBinder> released;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        const auto found = decode_fixed(frame.payload, frame.payload_bytes, &fixed, sizeof fixed)
-                               ? exports_.find(fixed.object)
-                               : exports_.end();
-        if (found == exports_.end() || fixed.times > found->second.times_sent) {
-            return false;
-        }
-        found->second.times_sent -= fixed.times;
-        if (found->second.times_sent == 0) {
-            released = std::move(found->second.object);
-            export_names_.erase(released.get());
-            exports_.erase(found);
-            close_if_idle();
-        }
+bool connection::receive_release(const uint8_t* bytes, size_t size) {
+    release_message message = {};
+    sp<IBinder> released;
+    if (!decode_fixed(bytes, size, &message, sizeof message) ||
+        !objects_.release(message, &released)) {
+        return false;
     }
     if (released != nullptr) {
-        if (const android::BpBinder* proxy = released->remoteBinder()) {
-            remove_forwarding(*proxy, this, fixed.object);
-        }
-        let_go(std::move(released));
+        release_later(std::move(released));
+        close_if_idle();
     }
     return true;
 }
 
-bool connection::receive_object_died(const incoming_frame& frame) {
-    object_died_payload fixed = {};
-    if (!decode_fixed(frame.payload, frame.payload_bytes, &fixed, sizeof fixed)) {
+bool connection::receive_channel(received_message& message, size_t size) {
+    if (size != sizeof(plain_message)) {
         return false;
     }
-    android::sp<android::BpBinder> proxy;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        const auto found = proxies_.find(fixed.object);
-        if (found != proxies_.end()) {
-            proxy = found->second.promote();
-        }
+    if (message.lost_descriptors) {
+        // The channel ended with its descriptor, which its maker sees.
+        complain(other_->lines, complaint::channel_refused,
+                 "calls of process %d are refused: no descriptors left", other_->identity.pid);
+        return true;
     }
-    // It may just have been released.
-    if (proxy != nullptr) {
-        bury(std::move(proxy));
+    if (message.descriptors.count() != 1) {
+        return false;
+    }
+    unique_fd channel(message.descriptors.take(0));
+    if (!served_.serve(shared_from_this(), channel)) {
+        executor::get().post(this, other_, make_job([socket = std::move(channel)] {
+                                 const plain_message refused = {kRefused, 0};
+                                 const iovec part = {const_cast<plain_message*>(&refused),
+                                                     sizeof refused};
+                                 send_message(socket.get(), &part, 1, nullptr, 0, MSG_DONTWAIT);
+                             }));
     }
     return true;
 }

@@ -5,34 +5,55 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 #include "connection.h"
+#include "executor.h"
 #include "log.h"
+#include "message.h"
 
 namespace corvex_binder {
 
-std::shared_ptr<listener> listener::make(const std::string& file, android::status_t* status) {
-    unique_fd directory = open_socket_directory(true, false, status);
+namespace {
+
+constexpr int kAcceptedAtOnce = 16;  // then others have their turn
+
+}  // namespace
+
+std::shared_ptr<listener> listener::make(const std::string& file,
+                                         const android::sp<android::IBinder>& service,
+                                         android::status_t* status) {
+    unique_fd directory = open_socket_directory(true, status);
     if (!directory.valid()) {
         return nullptr;
     }
-    auto made = std::make_shared<listener>(std::move(directory), file);
+    auto made = std::make_shared<listener>(std::move(directory), file, service);
     made->socket_ = listen_at(made->directory_.get(), file, &made->identity_, status);
     return made->socket_.valid() ? made : nullptr;
 }
 
-listener::listener(unique_fd&& directory, std::string file)
-    : directory_(std::move(directory)), file_(std::move(file)) {}
+listener::listener(unique_fd&& directory, std::string file,
+                   const android::sp<android::IBinder>& service)
+    : directory_(std::move(directory)), file_(std::move(file)), service_(service) {}
 
 bool listener::start() {
     io_loop* loop = io_loop::get();
     return loop != nullptr && loop->add(shared_from_this(), EPOLLIN);
 }
 
-void listener::stop() {
+android::sp<android::IBinder> listener::stop() {
     if (io_loop* loop = io_loop::get()) {
         loop->remove(*this);
     }
+    android::sp<android::IBinder> service;
+    const guard_lock lock(mutex_);
+    std::swap(service, service_);
+    return service;
+}
+
+android::sp<android::IBinder> listener::service() {
+    const guard_lock lock(mutex_);
+    return service_;
 }
 
 bool listener::is_replaced() const {
@@ -48,46 +69,68 @@ void listener::remove_file() const {
 }
 
 void listener::on_events(uint32_t /*events*/) {
-    for (;;) {
-        unique_fd socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-        if (!socket.valid()) {
-            if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-                pause(strerror(errno));
-            }
-            if (errno != EINTR && errno != ECONNABORTED) {
-                return;
-            }
-            continue;
+    for (int i = 0; i < kAcceptedAtOnce; ++i) {
+        unique_fd socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        if (socket.valid()) {
+            accept_one(std::move(socket));
+        } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+            pause(strerror(errno));
+            return;
+        } else if (errno != EINTR && errno != ECONNABORTED) {
+            return;
         }
-        peer_identity peer;
-        if (!identify_peer(socket.get(), &peer)) {
-            continue;
-        }
-        if (!may_connect(peer)) {
-            BINDER_LOG(ERROR, "process %d of user %u is not let in at the service '%s'", peer.pid,
-                       static_cast<unsigned>(peer.uid), file_.c_str());
-            continue;
-        }
-        std::make_shared<connection>(std::move(socket), peer)->open();
     }
+}
+
+void listener::accept_one(unique_fd&& socket) {
+    peer_identity identity;
+    if (!identify_peer(socket.get(), &identity)) {
+        return;
+    }
+    if (!may_connect(identity)) {
+        complain(strangers_, complaint::connection_refused,
+                 "process %d of user %u is not let in at the service '%s'", identity.pid,
+                 static_cast<unsigned>(identity.uid), file_.c_str());
+        return;
+    }
+    const std::shared_ptr<peer> other = peer::of(identity);
+    android::sp<android::IBinder> offered = service();
+    if (offered == nullptr) {
+        return;
+    }
+    if (!other->take(resource::connections, 1)) {
+        complain(other->lines, complaint::connection_refused,
+                 "process %d is not let in at the service '%s': there are too many connections",
+                 identity.pid, file_.c_str());
+        const hello_message refusal = make_hello(android::FAILED_TRANSACTION);
+        const iovec part = {const_cast<hello_message*>(&refusal), sizeof refusal};
+        send_message(socket.get(), &part, 1, nullptr, 0, MSG_DONTWAIT);
+    } else {
+        make_room_for_messages(socket.get());
+        if (!std::make_shared<connection>(std::move(socket), other, offered)->open()) {
+            other->give_back(resource::connections, 1);
+        }
+    }
+    // It may have been replaced just now.
+    executor::get().release_later(this, nullptr, std::move(offered));
 }
 
 // What waits stays readable: asking again at once would never end.
 void listener::pause(const char* why) {
-    if (!complained_) {
-        complained_ = true;
+    if (!has_complained_) {
+        has_complained_ = true;
         BINDER_LOG(ERROR, "who connects to the service '%s' has to wait: %s", file_.c_str(), why);
     }
-    if (!paused_) {
-        paused_ = true;
+    if (!is_paused_) {
+        is_paused_ = true;
         io_loop::get()->want_ticks(*this, true);
         io_loop::get()->set_events(*this, 0);
     }
 }
 
 void listener::on_tick() {
-    if (paused_) {
-        paused_ = false;
+    if (is_paused_) {
+        is_paused_ = false;
         io_loop::get()->want_ticks(*this, false);
         io_loop::get()->set_events(*this, EPOLLIN);
     }

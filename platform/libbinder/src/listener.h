@@ -4,8 +4,10 @@
 #include <memory>
 #include <string>
 
-#include <utils/Errors.h>
+#include <binder/IBinder.h>
 
+#include "log.h"
+#include "guarded.h"
 #include "io_loop.h"
 #include "socket_directory.h"
 #include "unique_fd.h"
@@ -15,13 +17,18 @@ namespace corvex_binder {
 class listener : public endpoint, public std::enable_shared_from_this<listener> {
   public:
     // Takes the name in the folder of services. Null, with the status, where that cannot be.
-    static std::shared_ptr<listener> make(const std::string& file, android::status_t* status);
+    static std::shared_ptr<listener> make(const std::string& file,
+                                          const android::sp<android::IBinder>& service,
+                                          android::status_t* status);
 
-    listener(unique_fd&& directory, std::string file);
+    listener(unique_fd&& directory, std::string file,
+             const android::sp<android::IBinder>& service);
 
-    // Accepts from now on; false when there is no room. Until stopped, it keeps itself.
+    // Accepts from now on; false when there is no room. Until stopped, it keeps itself and the
+    // service. stop() answers the latter, whose last reference that may be.
     bool start();
-    void stop();
+    android::sp<android::IBinder> stop();
+    android::sp<android::IBinder> service();
 
     // Whether another one has the name now.
     bool is_replaced() const;
@@ -34,14 +41,19 @@ class listener : public endpoint, public std::enable_shared_from_this<listener> 
     void on_tick() override;
 
   private:
+    void accept_one(unique_fd&& socket);
     void pause(const char* why);
 
     const unique_fd directory_;
     const std::string file_;
     unique_fd socket_;
     socket_identity identity_;
-    bool paused_ = false;
-    bool complained_ = false;
+    bool is_paused_ = false;        // loop's thread
+    bool has_complained_ = false;   // loop's thread
+    complaints strangers_{};
+
+    guard_mutex mutex_;
+    android::sp<android::IBinder> service_ BINDER_GUARDED_BY(mutex_);
 };
 
 }  // namespace corvex_binder

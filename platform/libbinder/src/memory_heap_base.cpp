@@ -37,8 +37,6 @@ size_t whole_pages(size_t size) {
 
 }  // namespace
 
-MemoryHeapBase::MemoryHeapBase() = default;
-
 MemoryHeapBase::MemoryHeapBase(size_t size, uint32_t flags, const char* name) : mFlags(flags) {
     const size_t bytes = whole_pages(size);
     unique_fd fd(
@@ -56,9 +54,13 @@ MemoryHeapBase::MemoryHeapBase(size_t size, uint32_t flags, const char* name) : 
         complain("ftruncate", size);
         return;
     }
-    if (mapfd(fd.get(), bytes) != NO_ERROR) {
+    void* base = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    if (base == MAP_FAILED) {
+        complain("mmap", size);
         return;
     }
+    mBase = base;
+    mSize = bytes;
     if ((flags & READ_ONLY) != 0 && fcntl(fd.get(), F_ADD_SEALS, kReadOnlySeal) != 0) {
         BINDER_LOG(WARN, "this kernel cannot keep other processes from writing to a heap");
     }
@@ -70,77 +72,13 @@ MemoryHeapBase::MemoryHeapBase(size_t size, uint32_t flags, const char* name) : 
     mFD = fd.release();
 }
 
-MemoryHeapBase::MemoryHeapBase(const char* device, size_t size, uint32_t flags)
-    : mFlags(flags), mDevice(device) {
-    unique_fd fd(open(device, O_RDWR | O_CLOEXEC));
-    if (!fd.valid()) {
-        complain(device, size);
-        return;
-    }
-    if (mapfd(fd.get(), size != 0 ? whole_pages(size) : 0) == NO_ERROR) {
-        mFD = fd.release();
-    }
-}
-
-MemoryHeapBase::MemoryHeapBase(int fd, size_t size, uint32_t flags, uint32_t offset)
-    : mFlags(flags) {
-    unique_fd copy = unique_fd::duplicate(fd);
-    if (!copy.valid()) {
-        complain("its descriptor", size);
-        return;
-    }
-    if (mapfd(copy.get(), size != 0 ? whole_pages(size) : 0, offset) == NO_ERROR) {
-        mFD = copy.release();
-    }
-}
-
-status_t MemoryHeapBase::init(int fd, void* base, size_t size, int flags, const char* device) {
-    unique_fd taken(fd);
-    if (mFD >= 0) {
-        return INVALID_OPERATION;
-    }
-    mFD = taken.release();
-    mBase = base;
-    mSize = size;
-    mFlags = static_cast<uint32_t>(flags);
-    mDevice = device;
-    return NO_ERROR;
-}
-
-// Maps size bytes of fd, all of it where size is 0. Does not take fd.
-status_t MemoryHeapBase::mapfd(int fd, size_t size, uint32_t offset) {
-    if (size == 0) {
-        struct stat file = {};
-        if (fstat(fd, &file) != 0 || file.st_size <= off_t{offset}) {
-            errno = EINVAL;
-            complain("its file is empty", size);
-            return BAD_VALUE;
-        }
-        size = static_cast<size_t>(file.st_size - off_t{offset});
-    }
-    if ((mFlags & DONT_MAP_LOCALLY) == 0) {
-        void* base = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, offset);
-        if (base == MAP_FAILED) {
-            const status_t status = -errno;
-            complain("mmap", size);
-            return status;
-        }
-        mBase = base;
-        mNeedUnmap = true;
-    }
-    mSize = size;
-    mOffset = offset;
-    return NO_ERROR;
-}
-
 MemoryHeapBase::~MemoryHeapBase() {
     dispose();
 }
 
 void MemoryHeapBase::dispose() {
-    if (mNeedUnmap) {
+    if (mBase != MAP_FAILED) {
         munmap(mBase, mSize);
-        mNeedUnmap = false;
     }
     mBase = MAP_FAILED;
     mSize = 0;
@@ -148,30 +86,6 @@ void MemoryHeapBase::dispose() {
         close(mFD);
         mFD = -1;
     }
-}
-
-int MemoryHeapBase::getHeapID() const {
-    return mFD;
-}
-
-void* MemoryHeapBase::getBase() const {
-    return mBase;
-}
-
-size_t MemoryHeapBase::getSize() const {
-    return mSize;
-}
-
-uint32_t MemoryHeapBase::getFlags() const {
-    return mFlags;
-}
-
-uint32_t MemoryHeapBase::getOffset() const {
-    return mOffset;
-}
-
-const char* MemoryHeapBase::getDevice() const {
-    return mDevice;
 }
 
 }  // namespace android

@@ -1,13 +1,37 @@
 // A process's and a thread's part: who serves calls, and for whom.
 
-#include <pthread.h>
+#include <atomic>
 #include <unistd.h>
 
 #include <binder/IPCThreadState.h>
-#include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 
-#include "thread_pool.h"
+#include "executor.h"
+#include "log.h"
+#include "process_calls.h"
+
+namespace corvex_binder {
+
+namespace {
+
+std::atomic<bool> wants_calls{false};
+
+}  // namespace
+
+void want_calls() {
+    wants_calls = true;
+}
+
+void warn_without_pool() {
+    static std::atomic<bool> complained{false};
+    if (!wants_calls.load(std::memory_order_relaxed) && !complained.exchange(true)) {
+        BINDER_LOG(WARN,
+                   "a call has come to a process that has not asked for any, and is served: "
+                   "call ProcessState::self()->startThreadPool()");
+    }
+}
+
+}  // namespace corvex_binder
 
 namespace android {
 
@@ -19,37 +43,15 @@ sp<ProcessState> ProcessState::self() {
     return *process;
 }
 
-sp<ProcessState> ProcessState::selfOrNull() {
-    return self();
-}
-
-sp<IBinder> ProcessState::getContextObject(const sp<IBinder>& /*caller*/) {
-    return IInterface::asBinder(defaultServiceManager());
-}
-
 void ProcessState::startThreadPool() {
-    corvex_binder::thread_pool::get().start();
+    corvex_binder::want_calls();
 }
-
-status_t ProcessState::setThreadPoolMaxThreadCount(size_t maxThreads) {
-    constexpr size_t kMost = corvex_binder::thread_pool::kMaxThreads - 1;
-    // As on a device, the one that starts the pool comes on top.
-    corvex_binder::thread_pool::get().limit_running(1 + (maxThreads < kMost ? maxThreads : kMost));
-    return NO_ERROR;
-}
-
-// The pool's threads have their names from the start.
-void ProcessState::giveThreadPoolName() {}
 
 IPCThreadState::IPCThreadState() : mCallingPid(getpid()), mCallingUid(getuid()) {}
 
 IPCThreadState* IPCThreadState::self() {
     static thread_local IPCThreadState state;
     return &state;
-}
-
-IPCThreadState* IPCThreadState::selfOrNull() {
-    return self();
 }
 
 pid_t IPCThreadState::getCallingPid() const {
@@ -73,26 +75,11 @@ void IPCThreadState::restoreCallingIdentity(int64_t token) {
     mCallingPid = static_cast<pid_t>(token);
 }
 
-void IPCThreadState::setStrictModePolicy(int32_t policy) {
-    mStrictModePolicy = policy;
-}
-
-int32_t IPCThreadState::getStrictModePolicy() const {
-    return mStrictModePolicy;
-}
-
-void IPCThreadState::setLastTransactionBinderFlags(int32_t flags) {
-    mLastTransactionBinderFlags = flags;
-}
-
-int32_t IPCThreadState::getLastTransactionBinderFlags() const {
-    return mLastTransactionBinderFlags;
-}
-
 void IPCThreadState::flushCommands() {}
 
 void IPCThreadState::joinThreadPool(bool /*isMain*/) {
-    corvex_binder::thread_pool::get().join();
+    corvex_binder::want_calls();
+    corvex_binder::executor::get().join();
 }
 
 }  // namespace android

@@ -3,28 +3,20 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include <binder/BpBinder.h>
 
-#include "attached_objects.h"
+#include "guarded.h"
 
 namespace corvex_binder {
 
 class connection;
 
-// A link to death.
-struct obituary {
+struct death_link {
     android::wp<android::IBinder::DeathRecipient> recipient;
     void* cookie;
     uint32_t flags;
-};
-
-// Another process to which we have passed the object on.
-struct forwarding {
-    std::weak_ptr<connection> to;
-    uint64_t object;  // as we call it there
 };
 
 struct proxy_state {
@@ -32,16 +24,17 @@ struct proxy_state {
 
     const std::shared_ptr<connection> from;
     const uint64_t object;  // as the other process calls it
-    uint64_t received = 0;  // how often; the connection's lock
-    std::atomic<bool> alive{true};
+    uint64_t received = 0;  // how often; the connection's table has the lock
+    // How often a message to the other process has named it, as a target or among the objects.
+    std::atomic<uint64_t> named{0};
+    std::atomic<bool> is_alive{true};
 
-    std::mutex mutex;
-    std::vector<obituary> obituaries;
-    std::vector<forwarding> forwardings;
-    android::String16 descriptor;
-    bool has_descriptor = false;
-
-    attached_objects attached;
+    guard_mutex mutex;
+    std::vector<death_link> links BINDER_GUARDED_BY(mutex);
+    android::String16 descriptor BINDER_GUARDED_BY(mutex);
+    bool has_descriptor BINDER_GUARDED_BY(mutex) = false;
+    // What has been made of the object, as long as there is a proxy of it; memory_base.cpp.
+    android::sp<android::RefBase> attached BINDER_GUARDED_BY(mutex);
 };
 
 struct proxy_access {
@@ -49,14 +42,8 @@ struct proxy_access {
     static proxy_state& state(const android::BpBinder& proxy) { return *proxy.mState; }
 };
 
-// Remembers, or forgets, that an object is passed on, so that its end is. False where that has
-// come already.
-bool add_forwarding(const android::BpBinder& proxy, const std::shared_ptr<connection>& to,
-                    uint64_t object);
-void remove_forwarding(const android::BpBinder& proxy, const connection* to, uint64_t object);
-
-// The object is gone: passes that on, and tells the recipients on a thread of the pool, which then
-// lets go of the proxy. Without any lock held.
-void bury(android::sp<android::BpBinder>&& proxy);
+// The object's process is gone: has the recipients told on the executor's threads, which then drop
+// the reference. Without any lock held.
+void notify_death(android::sp<android::BpBinder>&& proxy);
 
 }  // namespace corvex_binder

@@ -1,8 +1,6 @@
 // The services that this process offers, and the sockets at which other processes find them.
 #pragma once
 
-#include <vector>
-
 #include <binder/IBinder.h>
 #include <utils/String16.h>
 
@@ -14,10 +12,5 @@ android::status_t register_service(const android::String16& name,
 
 // A service of this process, unless another process has taken over its name.
 android::sp<android::IBinder> find_own_service(const android::String16& name);
-
-std::vector<android::String16> list_own_services();
-
-// What other processes ask for our services: transaction CHECK_SERVICE_TRANSACTION with a name.
-android::sp<android::IBinder> registry_object();
 
 }  // namespace corvex_binder

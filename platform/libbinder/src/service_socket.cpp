@@ -2,15 +2,15 @@
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 #include "log.h"
 #include "socket_directory.h"
@@ -28,8 +28,8 @@ sockaddr_un address_below(int fd, const std::string& name) {
     return address;
 }
 
-unique_fd make_socket() {
-    return unique_fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+unique_fd make_socket(int flags) {
+    return unique_fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
 }
 
 }  // namespace
@@ -41,7 +41,7 @@ unique_fd listen_at(int directory, const std::string& name, socket_identity* ide
     const std::string making =
         ".making-" + std::to_string(getpid()) + "-" + std::to_string(count.fetch_add(1));
     unlinkat(directory, making.c_str(), 0);
-    unique_fd listener = make_socket();
+    unique_fd listener = make_socket(SOCK_NONBLOCK);
     const sockaddr_un address = address_below(directory, making);
     const bool made =
         listener.valid() &&
@@ -56,36 +56,43 @@ unique_fd listen_at(int directory, const std::string& name, socket_identity* ide
     return listener;
 }
 
-unique_fd connect_to(int directory, const std::string& name, int timeout_ms) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+android::status_t connect_to(int directory, const std::string& name, int timeout_ms,
+                             unique_fd* connected, peer_identity* peer) {
     const unique_fd file(openat(directory, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat kind = {};
     if (!file.valid() || fstat(file.get(), &kind) != 0 || !S_ISSOCK(kind.st_mode)) {
-        return {};
+        return android::NAME_NOT_FOUND;
     }
     const sockaddr_un address = address_below(file.get(), "");
-    unique_fd socket = make_socket();
-    while (socket.valid() && connect(socket.get(), reinterpret_cast<const sockaddr*>(&address),
-                                     sizeof address) != 0) {
-        // A full queue of a service that is busy, or stopped.
-        if (errno != EAGAIN && errno != EINTR) {
-            return {};
-        }
-        if (std::chrono::steady_clock::now() >= deadline) {
-            return {};
-        }
-        poll(nullptr, 0, 2);
+    unique_fd socket = make_socket(0);
+    // Connecting waits while the service's queue is full, as it is where that is busy, or stopped.
+    timeval patience = {};
+    patience.tv_sec = timeout_ms / 1000;
+    patience.tv_usec = timeout_ms % 1000 * 1000;
+    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    int error = EINTR;
+    while (error == EINTR) {
+        const bool done = connect(socket.get(), reinterpret_cast<const sockaddr*>(&address),
+                                  sizeof address) == 0;
+        error = done ? 0 : errno;
     }
-    peer_identity peer;
-    if (!socket.valid() || !identify_peer(socket.get(), &peer)) {
-        return {};
+    if (error == ENOENT || error == ECONNREFUSED) {
+        return android::NAME_NOT_FOUND;
     }
-    if (geteuid() != 0 && !may_connect(peer)) {
+    if (error == EAGAIN) {
+        return android::TIMED_OUT;
+    }
+    if (error != 0 || !identify_peer(socket.get(), peer)) {
+        BINDER_LOG(ERROR, "the service '%s' cannot be reached: %s", name.c_str(), strerror(error));
+        return -error;
+    }
+    if (geteuid() != 0 && !may_connect(*peer)) {
         BINDER_LOG(ERROR, "the service '%s' is offered by user %u and is not used", name.c_str(),
-                   static_cast<unsigned>(peer.uid));
-        return {};
+                   static_cast<unsigned>(peer->uid));
+        return android::PERMISSION_DENIED;
     }
-    return socket;
+    *connected = std::move(socket);
+    return android::NO_ERROR;
 }
 
 bool identify_peer(int socket, peer_identity* peer) {

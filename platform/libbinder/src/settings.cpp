@@ -18,7 +18,7 @@ struct number_setting {
 };
 
 number_setting service_wait = {"CORVEX_BINDER_WAIT_MS", 500, 60000, {false}};
-number_setting call_timeout = {"CORVEX_BINDER_CALL_TIMEOUT_MS", 10000, 3600000, {false}};
+number_setting call_timeout = {"CORVEX_BINDER_CALL_TIMEOUT_MS", 3000, 3600000, {false}};
 
 int read_number(number_setting& setting) {
     const char* text = getenv(setting.variable);

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -66,7 +65,7 @@ bool is_plain(char c) {
 
 }  // namespace
 
-unique_fd open_socket_directory(bool create, bool quiet, android::status_t* status) {
+unique_fd open_socket_directory(bool create, android::status_t* status) {
     const directory_path folder = find_path();
     if (create && mkdir(folder.path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         *status = -errno;
@@ -87,12 +86,10 @@ unique_fd open_socket_directory(bool create, bool quiet, android::status_t* stat
     if (fault != nullptr) {
         *status = android::PERMISSION_DENIED;
         directory.reset();
-        if (!quiet) {
-            BINDER_LOG(ERROR,
-                       "the folder '%s' is not used for services: %s; give it to this user "
-                       "with mode 0700, or set CORVEX_BINDER_DIR to another one",
-                       folder.path.c_str(), fault);
-        }
+        BINDER_LOG(ERROR,
+                   "the folder '%s' is not used for services: %s; give it to this user with mode "
+                   "0700, or set CORVEX_BINDER_DIR to another one",
+                   folder.path.c_str(), fault);
     }
     return directory;
 }
@@ -117,21 +114,6 @@ std::string socket_name(const android::String16& service) {
     return name.size() <= kMaxFileName ? name : std::string();
 }
 
-std::string service_name(const std::string& socket_name) {
-    std::string text;
-    for (size_t i = 0; i < socket_name.size(); ++i) {
-        if (socket_name[i] == '%' && i + 2 < socket_name.size()) {
-            text += static_cast<char>(strtol(socket_name.substr(i + 1, 2).c_str(), nullptr, 16));
-            i += 2;
-        } else if (is_plain(socket_name[i]) && !(socket_name[i] == '.' && i == 0)) {
-            text += socket_name[i];
-        } else {
-            return {};
-        }
-    }
-    return text;
-}
-
 bool operator==(const socket_identity& a, const socket_identity& b) {
     return a.device == b.device && a.inode == b.inode;
 }
@@ -144,24 +126,6 @@ bool identify(int directory, const std::string& name, socket_identity* identity)
     }
     *identity = {file.st_dev, file.st_ino};
     return true;
-}
-
-std::vector<std::string> list_sockets(int directory) {
-    std::vector<std::string> names;
-    // A folder that is only a path cannot be read.
-    const int readable = openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR* entries = readable >= 0 ? fdopendir(readable) : nullptr;
-    if (entries == nullptr) {
-        unique_fd(readable).reset();
-        return names;
-    }
-    while (const dirent* entry = readdir(entries)) {
-        if (!service_name(entry->d_name).empty()) {
-            names.emplace_back(entry->d_name);
-        }
-    }
-    closedir(entries);
-    return names;
 }
 
 }  // namespace corvex_binder

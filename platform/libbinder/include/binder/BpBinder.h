@@ -1,5 +1,6 @@
-// BpBinder: an object of another process. Made by the library only, one for each remote object and
-// connection, so that two of them that stand for the same object are the same while either lives.
+// BpBinder: an object of another process. Made by the library only, one for each object and
+// connection: two references to the same object of one service's process are the same while either
+// lives.
 #pragma once
 
 #include <memory>
@@ -20,7 +21,6 @@ class BpBinder : public IBinder {
     const String16& getInterfaceDescriptor() const override;
     bool isBinderAlive() const override;
     status_t pingBinder() override;
-    status_t dump(int fd, const Vector<String16>& args) override;
 
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
                       uint32_t flags = 0) override;
@@ -29,11 +29,6 @@ class BpBinder : public IBinder {
                          uint32_t flags = 0) override;
     status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie = nullptr,
                            uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) override;
-
-    void attachObject(const void* objectID, void* object, void* cleanupCookie,
-                      object_cleanup_func func) override;
-    void* findObject(const void* objectID) const override;
-    void detachObject(const void* objectID) override;
 
     BpBinder* remoteBinder() override;
 

@@ -17,7 +17,6 @@ class IPCThreadState {
   public:
     // Never null; valid on its own thread, while that lives.
     static IPCThreadState* self();
-    static IPCThreadState* selfOrNull();
 
     // Who made the call that this thread is serving; this process itself when it serves none.
     pid_t getCallingPid() const;
@@ -26,15 +25,10 @@ class IPCThreadState {
     int64_t clearCallingIdentity();
     void restoreCallingIdentity(int64_t token);
 
-    void setStrictModePolicy(int32_t policy);
-    int32_t getStrictModePolicy() const;
-    void setLastTransactionBinderFlags(int32_t flags);
-    int32_t getLastTransactionBinderFlags() const;
-
     // Nothing is ever held back, so there is nothing to do.
     void flushCommands();
 
-    // Serves calls on this thread; does not return.
+    // Gives this thread to the library, for one-way calls and notices; does not return.
     void joinThreadPool(bool isMain = true);
 
     IPCThreadState(const IPCThreadState&) = delete;
@@ -46,8 +40,6 @@ class IPCThreadState {
 
     pid_t mCallingPid;
     uid_t mCallingUid;
-    int32_t mStrictModePolicy = 0;
-    int32_t mLastTransactionBinderFlags = 0;
 };
 
 }  // namespace android

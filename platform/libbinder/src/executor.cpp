@@ -1,0 +1,153 @@
+#include "executor.h"
+
+#include <chrono>
+#include <cstring>
+#include <pthread.h>
+
+#include "io_loop.h"
+#include "log.h"
+#include "thread.h"
+
+namespace corvex_binder {
+
+namespace {
+
+constexpr size_t kKeptIdle = 2;
+constexpr std::chrono::seconds kIdleTime(5);
+
+}  // namespace
+
+// Lives for ever: its threads outlive main().
+executor& executor::get() {
+    static auto* only = new executor;
+    return *only;
+}
+
+int executor::start() {
+    const guard_lock lock(mutex_);
+    return threads_ > 0 ? 0 : spawn();
+}
+
+void executor::post(const void* queue, std::shared_ptr<peer> cause, std::unique_ptr<job>&& work) {
+    if (io_loop::is_cut_off()) {
+        // There are no threads here, and its objects are the parent's.
+        static_cast<void>(work.release());
+        return;
+    }
+    const guard_lock lock(mutex_);
+    const auto [found, is_new] = queues_.try_emplace(queue);
+    found->second.push_back({std::move(work), std::move(cause)});
+    if (is_new) {
+        ready_.push_back(queue);
+        spawn_if_needed();
+        changed_.notify_one();
+    }
+}
+
+// Counted as idle from the start, so that a burst of jobs makes as many threads as it needs.
+int executor::spawn() {
+    const int error = start_thread(run_thread, this, false);
+    if (error == 0) {
+        ++threads_;
+        ++idle_;
+    }
+    return error;
+}
+
+void executor::spawn_if_needed() {
+    if (ready_.size() <= idle_ || threads_ >= kMaxThreads) {
+        return;
+    }
+    const int error = spawn();
+    if (error != 0 && !std::exchange(has_complained_, true)) {
+        // Not through log_line(), which on the loop's thread would need this lock.
+        __android_log_print(ANDROID_LOG_ERROR, "corvex_binder",
+                            "no further thread for one-way calls: %s; they wait for one of the "
+                            "%zu that there are",
+                            strerror(error), threads_);
+    }
+}
+
+// The next queue whose first job may run, null where there is none. Those whose cause has enough
+// running wait with that.
+const void* executor::pick() {
+    while (!ready_.empty()) {
+        const void* queue = ready_.front();
+        ready_.pop_front();
+        const std::shared_ptr<peer>& cause = queues_[queue].front().cause;
+        if (cause == nullptr || cause->running_jobs < kMaxJobsOfOnePeer) {
+            return queue;
+        }
+        cause->parked_queues.push_back(queue);
+    }
+    return nullptr;
+}
+
+// Gives the lock back while it runs.
+void executor::run_first_of(const void* queue) {
+    entry running = std::move(queues_[queue].front());
+    if (running.cause != nullptr) {
+        ++running.cause->running_jobs;
+    }
+    mutex_.unlock();
+    running.work->run();
+    running.work.reset();
+    mutex_.lock();
+    if (running.cause != nullptr) {
+        --running.cause->running_jobs;
+        std::deque<const void*>& parked = running.cause->parked_queues;
+        if (!parked.empty()) {
+            ready_.push_back(parked.front());
+            parked.pop_front();
+        }
+    }
+    const auto found = queues_.find(queue);
+    found->second.pop_front();
+    if (found->second.empty()) {
+        queues_.erase(found);
+    } else {
+        ready_.push_back(queue);
+    }
+}
+
+void* executor::run_thread(void* self) {
+    pthread_setname_np(pthread_self(), "binder-executor");
+    static_cast<executor*>(self)->work(false);
+    return nullptr;
+}
+
+void executor::join() {
+    mutex_.lock();
+    ++threads_;
+    ++idle_;
+    mutex_.unlock();
+    for (;;) {
+        work(true);
+    }
+}
+
+// Runs jobs; returns when the thread is not needed any more. It has been counted as idle.
+void executor::work(bool stays) {
+    const guard_lock lock(mutex_);
+    for (;;) {
+        const void* queue = pick();
+        if (queue == nullptr) {
+            const bool woken = changed_.wait_for(mutex_, kIdleTime) == std::cv_status::no_timeout;
+            if (!woken && !stays && ready_.empty() && idle_ > kKeptIdle) {
+                --idle_;
+                --threads_;
+                return;
+            }
+            continue;
+        }
+        --idle_;
+        run_first_of(queue);
+        ++idle_;
+        spawn_if_needed();
+        if (ready_.size() > 1) {
+            changed_.notify_one();
+        }
+    }
+}
+
+}  // namespace corvex_binder
