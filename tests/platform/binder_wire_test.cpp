@@ -170,9 +170,11 @@ TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
     ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&here), size), 0);
     ASSERT_EQ(listen(listener, 8), 0);
     getsockname(listener, reinterpret_cast<sockaddr*>(&here), &size);
-    // A process of its own: closing its own copies blocks as well, but not as it dies.
-    const forked_client sender([&] {
-        raw_socket client = raw_socket::greeted(folder() + "/probe");
+    // A process of its own: who closes last waits, except a process that dies.
+    service_.pause();
+    auto sender = std::make_unique<forked_client>([&] {
+        raw_socket client(folder() + "/probe");
+        client.send(hello());
         for (int i = 0; i < 4; ++i) {
             const int lingering = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
             static_cast<void>(connect(lingering, reinterpret_cast<sockaddr*>(&here), size));
@@ -185,6 +187,8 @@ TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
         }
         return client;
     });
+    sender.reset();
+    service_.send(SIGCONT);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(ask(probe_, kEcho, 1, "").number(), 1);
     EXPECT_EQ(tell(probe_, kNote, 1), android::NO_ERROR);
