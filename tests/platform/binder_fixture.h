@@ -64,6 +64,7 @@ class BinderTest : public testing::Test {
         android::Parcel largest;
         largest.writeInplace(most);
         EXPECT_EQ(object->transact(kUnblock, largest, &reply), android::NO_ERROR);
+        largest.setDataPosition(most);
         largest.writeInt32(0);
         EXPECT_EQ(object->transact(kUnblock, largest, &reply), android::FAILED_TRANSACTION);
         EXPECT_EQ(reply.errorCheck(), android::FAILED_TRANSACTION);

@@ -184,6 +184,25 @@ TEST_F(Daemon, FreesWhatAKilledClientHad) {
     EXPECT_EQ(contents("out-2.wav"), "");
 }
 
+// More of them than the service takes at once.
+TEST_F(Daemon, EndsAClientWithItsLastReferenceWhateverThatRegisters) {
+    const child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free"}));
+    for (int i = 0; i < 70; ++i) {
+        const sp<IZuAvPlayer> player = connect();
+        ASSERT_NE(player, nullptr) << i;
+        ASSERT_EQ(player->Init(), 0);
+        ASSERT_EQ(player->RM_init(), 0);
+        zu_player_config config = {};
+        uint32_t handle = 0;
+        ASSERT_EQ(player->Create(&config, &handle, sizeof config), 0);
+        const auto itself = interface_cast<IZuAvplayerObserver>(IInterface::asBinder(player));
+        EXPECT_EQ(player->RegisterEvent64(handle, ZU_EVENT_STATE, itself),
+                  code(ZU_ERR_INVALID_ARGUMENT));
+        EXPECT_EQ(player->RM_RegisterCallback(nullptr, itself, 0), code(ZU_ERR_INVALID_ARGUMENT));
+        EXPECT_EQ(player->RM_RegisterCallback(nullptr, new player_count, 0), 0);
+    }
+}
+
 TEST_F(Daemon, LeavesAReadableFileWhenItIsKilled) {
     child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free"}));
     const test_client client(connect());

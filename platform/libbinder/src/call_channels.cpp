@@ -152,7 +152,8 @@ call_channel* call_channels::take_owing() {
 
 bool call_channels::want_ticks() {
     const guard_lock lock(mutex_);
-    return all_.size() > 1 || (all_.size() == 1 && all_.front()->is_owing());
+    // A channel in use is its user's alone.
+    return all_.size() > 1 || (!free_.empty() && free_.front()->is_owing());
 }
 
 }  // namespace corvex_binder

@@ -38,7 +38,7 @@ bool is_power_of_ten(uint64_t number) {
     return number == 1;
 }
 
-void complain_about(complaints* about, complaint kind, const char* format, va_list arguments) {
+__attribute__((format(printf, 3, 0))) void complain_about(complaints* about, complaint kind, const char* format, va_list arguments) {
     const uint64_t count = about != nullptr ? ++(*about)[static_cast<size_t>(kind)] : 1;
     if (!is_power_of_ten(count)) {
         return;
