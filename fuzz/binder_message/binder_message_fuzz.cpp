@@ -62,7 +62,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
 
     received_message message;
     for (size_t i = 0; i < bytes[0] % (kMaxDescriptors + 1); ++i) {
-        message.descriptors.add(open("/dev/null", O_RDONLY | O_CLOEXEC));
+        message.descriptors.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
     }
     // A heap block of exactly that size, so that reading past it is seen.
     const size_t length = size - 1;

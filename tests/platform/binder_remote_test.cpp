@@ -218,12 +218,6 @@ TEST_F(BinderRemoteTest, ObjectOfAThirdProcessIsNotPassedOn) {
     EXPECT_EQ(mine->getStrongCount(), 2);
 }
 
-TEST_F(BinderRemoteTest, InterfaceNameIsKnownFromAfar) {
-    EXPECT_EQ(probe_->getInterfaceDescriptor(), String16());
-    const sp<IBinder> memory = ask(probe_, kMakeMemory, 4096, 0).object();
-    EXPECT_EQ(memory->getInterfaceDescriptor(), String16("android.utils.IMemory"));
-}
-
 TEST_F(BinderRemoteTest, ForkedChildLeavesItsParentsConnectionAlone) {
     sp<IBinder> made = ask(probe_, kMakeObject).object();
     const pid_t child = fork();

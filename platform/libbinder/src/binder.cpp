@@ -64,10 +64,9 @@ status_t BBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uin
     return status;
 }
 
-status_t BBinder::onTransact(uint32_t code, const Parcel& /*data*/, Parcel* reply,
+status_t BBinder::onTransact(uint32_t /*code*/, const Parcel& /*data*/, Parcel* /*reply*/,
                              uint32_t /*flags*/) {
-    return code == INTERFACE_TRANSACTION ? reply->writeString16(getInterfaceDescriptor())
-                                         : UNKNOWN_TRANSACTION;
+    return UNKNOWN_TRANSACTION;
 }
 
 status_t BBinder::linkToDeath(const sp<DeathRecipient>& /*recipient*/, void* /*cookie*/,

@@ -26,16 +26,15 @@ void notify_death(android::sp<android::BpBinder>&& proxy) {
     }
     // This thread may hold the last reference, and must not run what people have attached.
     const void* queue = proxy.get();
-    executor::get().post(queue, nullptr,
-                         make_job([held = std::move(proxy), told = std::move(links)] {
-                             for (const death_link& one : told) {
-                                 const auto recipient = one.recipient.promote();
-                                 if (recipient != nullptr) {
-                                     recipient->binderDied(
-                                         android::wp<android::IBinder>(held.get()));
-                                 }
-                             }
-                         }));
+    executor::get().post(
+        queue, nullptr, make_job([held = std::move(proxy), told = std::move(links)] {
+            for (const death_link& one : told) {
+                const auto recipient = one.recipient.promote();
+                if (recipient != nullptr) {
+                    recipient->binderDied(android::wp<android::IBinder>(held.get()));
+                }
+            }
+        }));
 }
 
 }  // namespace corvex_binder
@@ -69,26 +68,8 @@ status_t BpBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, ui
 }
 
 const String16& BpBinder::getInterfaceDescriptor() const {
-    {
-        const corvex_binder::guard_lock lock(mState->mutex);
-        if (mState->has_descriptor) {
-            return mState->descriptor;
-        }
-    }
-    Parcel data;
-    Parcel reply;
-    String16 answer;
-    const bool answered =
-        const_cast<BpBinder*>(this)->transact(INTERFACE_TRANSACTION, data, &reply) == NO_ERROR &&
-        reply.readString16(&answer) == NO_ERROR;
-    const corvex_binder::guard_lock lock(mState->mutex);
-    // Once it is there it stays: callers have a reference to it.
-    if (answered && !mState->has_descriptor) {
-        mState->descriptor = answer;
-        mState->has_descriptor = true;
-    }
-    static const auto* none = new String16();
-    return mState->has_descriptor ? mState->descriptor : *none;
+    static const auto* unknown = new String16();
+    return *unknown;
 }
 
 status_t BpBinder::pingBinder() {

@@ -15,12 +15,11 @@ using android::status_t;
 
 namespace {
 
-constexpr int kIdleTicks = 10;
+constexpr int kIdleTicks = 5;
 
 }  // namespace
 
-status_t call_channels::take(control_socket& control, const deadline* until,
-                             call_channel** taken) {
+status_t call_channels::take(control_socket& control, const deadline* until, call_channel** taken) {
     {
         const guard_lock lock(mutex_);
         for (;;) {
@@ -97,9 +96,8 @@ status_t call_channels::make(control_socket& control, call_channel** made) {
 void call_channels::put(call_channel* channel, bool is_broken) {
     const guard_lock lock(mutex_);
     if (is_broken || has_ended_) {
-        const auto found = std::find_if(all_.begin(), all_.end(), [channel](const auto& one) {
-            return one.get() == channel;
-        });
+        const auto found = std::find_if(
+            all_.begin(), all_.end(), [channel](const auto& one) { return one.get() == channel; });
         all_.erase(found);
     } else {
         channel->idle_ticks = 0;
@@ -148,12 +146,6 @@ call_channel* call_channels::take_owing() {
     call_channel* channel = *found;
     free_.erase(found);
     return channel;
-}
-
-bool call_channels::want_ticks() {
-    const guard_lock lock(mutex_);
-    // A channel in use is its user's alone.
-    return all_.size() > 1 || (!free_.empty() && free_.front()->is_owing());
 }
 
 }  // namespace corvex_binder

@@ -47,13 +47,11 @@ class call_channels {
     // Wakes all who wait for an answer or for a channel.
     void end();
 
-    // Closes what has been free for some seconds, except one. About twice a second.
+    // Closes what has been free for some seconds, except one. About once a second.
     void close_idle();
     // A free channel that owes an answer, to see whether that has come; null where there is none.
     // Each once until it is put back.
     call_channel* take_owing();
-    // Whether there is something to do for the two above.
-    bool want_ticks();
 
   private:
     call_channel* find_free() BINDER_REQUIRES(mutex_);

@@ -8,6 +8,9 @@
 
 namespace corvex_binder {
 
+// Says once that this process has not asked for calls, where it has not.
+void warn_without_pool();
+
 class calling_identity {
   public:
     explicit calling_identity(peer& caller)

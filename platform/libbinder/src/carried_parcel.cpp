@@ -99,10 +99,10 @@ status_t take_parcel(const std::shared_ptr<connection>& from, object_table& obje
         return android::BAD_VALUE;
     }
     status_t status = parcel->setData(wire.data, wire.data_bytes);
-    if (wire.objects == 0 && message.descriptors.count() == 0 && !message.lost_descriptors) {
+    if (wire.objects == 0 && message.descriptors.empty() && !message.lost_descriptors) {
         return status;
     }
-    if (wire.descriptors != message.descriptors.count()) {
+    if (wire.descriptors != message.descriptors.size()) {
         status = message.lost_descriptors ? android::FAILED_TRANSACTION : android::BAD_VALUE;
     }
     std::vector<parcel_object> taken;
@@ -113,10 +113,10 @@ status_t take_parcel(const std::shared_ptr<connection>& from, object_table& obje
         object.offset = named.offset;
         if (named.kind == kDescriptor) {
             object.type = kDescriptorType;
-            object.fd = next_descriptor < message.descriptors.count()
-                            ? message.descriptors.take(next_descriptor++)
-                            : -1;
-            object.owned.reset(object.fd);
+            if (next_descriptor < message.descriptors.size()) {
+                object.owned = std::move(message.descriptors[next_descriptor++]);
+                object.fd = object.owned.get();
+            }
         } else if (named.kind == kReceiversObject) {
             object.binder = objects.find(named.object);
         } else if (named.object != 0) {

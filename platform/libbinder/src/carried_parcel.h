@@ -54,7 +54,8 @@ class outgoing_parcel {
 
 // Fills a parcel from a message. Its objects count as received whatever comes out: BAD_VALUE where
 // the bytes do not hold together, FAILED_TRANSACTION where this process has no room for its
-// descriptors, DEAD_OBJECT at the end of the connection. What was received is in `parcel` even then: on the loop's thread, drop it later.
+// descriptors, DEAD_OBJECT at the end of the connection. What was received is in `parcel` even
+// then: on the loop's thread, drop it later.
 android::status_t take_parcel(const std::shared_ptr<connection>& from, object_table& objects,
                               const parcel_header& header, const uint8_t* bytes, size_t size,
                               received_message& message, android::Parcel* parcel);

@@ -56,8 +56,8 @@ void connection::release_proxy(const BpBinder* proxy) {
 // Only who has made a connection ends it: the other side may be about to send something over it, or
 // may not have sent anything yet.
 void connection::close_if_idle() {
-    if (by_us_ && objects_.end_if_empty(
-                      [this] { return !oneway_.has_sent() && !control_.has_waiting(); })) {
+    if (by_us_ &&
+        objects_.end_if_empty([this] { return !oneway_.has_sent() && !control_.has_waiting(); })) {
         control_.shut_down();
     }
 }

@@ -4,14 +4,15 @@
 // channels of our calls, the threads that serve the other side's calls, and what one-way calls are
 // under way. This class ties them together, and ends them together.
 //
-// Threads: the control socket is read, and the end is noticed, on the loop's thread; everything else
-// may be called from any thread. References are dropped without any lock, and never on the loop's
-// thread. Lock order: the table of objects, then the others, which are leaves.
+// Threads: the control socket is read, and the end is noticed, on the loop's thread; everything
+// else may be called from any thread. References are dropped without any lock, and never on the
+// loop's thread. Lock order: the table of objects, then the others, which are leaves.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include <binder/IBinder.h>
 #include <binder/Parcel.h>
@@ -112,5 +113,11 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     served_channels served_;
     oneway_budget oneway_;
 };
+
+// The service that a process offers at this name in the folder. NAME_NOT_FOUND where there is none,
+// at once; TIMED_OUT, with a line in the log, where one is there and does not say hello in the time
+// that a call may take. service_connections.cpp
+android::status_t connect_service(int directory, const std::string& name,
+                                  android::sp<android::IBinder>* service);
 
 }  // namespace corvex_binder

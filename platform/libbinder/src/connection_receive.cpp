@@ -14,7 +14,6 @@
 #include "connection.h"
 #include "executor.h"
 #include "log.h"
-#include "process_calls.h"
 
 namespace corvex_binder {
 
@@ -54,7 +53,7 @@ void connection::read_control() {
         const auto size = static_cast<size_t>(message.bytes > 0 ? message.bytes : 0);
         const bool has_ended = size == 0;
         const bool is_good = has_ended || receive(message, room, size);
-        if (message.descriptors.count() > 0) {
+        if (!message.descriptors.empty()) {
             release_later(std::move(message.descriptors));
         }
         if (!is_good) {
@@ -106,7 +105,7 @@ bool connection::receive_oneway(received_message& message, const uint8_t* bytes,
     }
     wire_parcel wire;
     const bool holds = decode_parcel(call.parcel, bytes + sizeof call, size - sizeof call, &wire);
-    const size_t descriptors = holds ? wire.descriptors : message.descriptors.count();
+    const size_t descriptors = holds ? wire.descriptors : message.descriptors.size();
     const uint64_t cost = message_cost(size, descriptors);
     if (!oneway_.receive(cost)) {
         return false;
@@ -190,17 +189,17 @@ bool connection::receive_channel(received_message& message, size_t size) {
                  "calls of process %d are refused: no descriptors left", other_->identity.pid);
         return true;
     }
-    if (message.descriptors.count() != 1) {
+    if (message.descriptors.size() != 1) {
         return false;
     }
-    unique_fd channel(message.descriptors.take(0));
+    unique_fd channel = std::move(message.descriptors[0]);
     if (!served_.serve(shared_from_this(), channel)) {
-        executor::get().post(this, other_, make_job([socket = std::move(channel)] {
-                                 const plain_message refused = {kRefused, 0};
-                                 const iovec part = {const_cast<plain_message*>(&refused),
-                                                     sizeof refused};
-                                 send_message(socket.get(), &part, 1, nullptr, 0, MSG_DONTWAIT);
-                             }));
+        executor::get().post(
+            this, other_, make_job([socket = std::move(channel)] {
+                const plain_message refused = {kRefused, 0};
+                const iovec part = {const_cast<plain_message*>(&refused), sizeof refused};
+                send_message(socket.get(), &part, 1, nullptr, 0, MSG_DONTWAIT);
+            }));
     }
     return true;
 }

@@ -1,11 +1,11 @@
 #include "io_loop.h"
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <pthread.h>
 #include <sys/epoll.h>
-#include <sys/eventfd.h>
 #include <utility>
 #include <vector>
 
@@ -18,7 +18,7 @@ namespace corvex_binder {
 
 namespace {
 
-constexpr std::chrono::milliseconds kTick(500);
+constexpr std::chrono::milliseconds kTick(1000);
 
 std::atomic<bool> cut_off{false};
 
@@ -64,23 +64,16 @@ bool io_loop::is_its_thread() {
 
 int io_loop::start() {
     unique_fd poller(epoll_create1(EPOLL_CLOEXEC));
-    unique_fd waker(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    epoll_event event = {};
-    event.events = EPOLLIN;
-    event.data.u64 = 0;  // nobody's id
-    if (!poller.valid() || !waker.valid() ||
-        epoll_ctl(poller.get(), EPOLL_CTL_ADD, waker.get(), &event) != 0) {
+    if (!poller.valid()) {
         return errno;
     }
     epoll_ = poller.get();
-    wake_ = waker.get();
     // Signals are for the program's own threads.
     const int error = start_thread(run_thread, this, true);
     if (error != 0) {
         return error;
     }
     poller.release();
-    waker.release();
     pthread_atfork(nullptr, nullptr, [] { cut_off = true; });
     return 0;
 }
@@ -114,24 +107,8 @@ void io_loop::remove(const endpoint& who) {
     if (found != endpoints_.end()) {
         epoll_ctl(epoll_, EPOLL_CTL_DEL, who.fd(), nullptr);
         removed = std::move(found->second);
-        ticks_wanted_ -= std::exchange(removed->wants_ticks_, false) ? 1 : 0;
         endpoints_.erase(found);
     }
-}
-
-void io_loop::want_ticks(endpoint& who, bool wants) {
-    const guard_lock lock(mutex_);
-    if (endpoints_.count(who.loop_id_) > 0 && std::exchange(who.wants_ticks_, wants) != wants) {
-        ticks_wanted_ += wants ? 1 : -1;
-        // The thread may be waiting without an end.
-        eventfd_write(wake_, 1);
-    }
-}
-
-std::shared_ptr<endpoint> io_loop::find(uint64_t id) {
-    const guard_lock lock(mutex_);
-    const auto found = endpoints_.find(id);
-    return found != endpoints_.end() ? found->second : nullptr;
 }
 
 void* io_loop::run_thread(void* loop) {
@@ -141,16 +118,25 @@ void* io_loop::run_thread(void* loop) {
     return nullptr;
 }
 
-void io_loop::tick() {
-    std::vector<std::shared_ptr<endpoint>> all;
+// Its events, or a tick where there are none. Whoever is removed meanwhile may end here, which can
+// run anything.
+void io_loop::tell(uint64_t id, uint32_t events) {
+    std::shared_ptr<endpoint> who;
     {
         const guard_lock lock(mutex_);
-        for (const auto& [id, who] : endpoints_) {
-            all.push_back(who);
+        const auto found = endpoints_.find(id);
+        if (found == endpoints_.end()) {
+            return;
         }
+        who = found->second;
     }
-    for (const auto& who : all) {
+    if (events != 0) {
+        who->on_events(events);
+    } else {
         who->on_tick();
+    }
+    if (who.use_count() == 1) {
+        executor::get().release_later(this, nullptr, std::move(who));
     }
 }
 
@@ -158,20 +144,24 @@ void io_loop::run() {
     epoll_event events[64];
     auto next_tick = std::chrono::steady_clock::now();
     for (;;) {
-        const int timeout = ticks_wanted_ > 0 ? static_cast<int>(kTick.count()) : -1;
-        const int count = epoll_wait(epoll_, events, 64, timeout);
+        const int count = epoll_wait(epoll_, events, 64, static_cast<int>(kTick.count()));
         for (int i = 0; i < count; ++i) {
-            eventfd_t wakes = 0;
-            if (events[i].data.u64 == 0) {
-                eventfd_read(wake_, &wakes);
-            } else if (const auto who = find(events[i].data.u64)) {
-                who->on_events(events[i].events);
-            }
+            tell(events[i].data.u64, events[i].events);
         }
         const auto now = std::chrono::steady_clock::now();
-        if (ticks_wanted_ > 0 && now >= next_tick) {
-            next_tick = now + kTick;
-            tick();
+        if (now < next_tick) {
+            continue;
+        }
+        next_tick = now + kTick;
+        std::vector<uint64_t> all;
+        {
+            const guard_lock lock(mutex_);
+            for (const auto& [id, who] : endpoints_) {
+                all.push_back(id);
+            }
+        }
+        for (const uint64_t id : all) {
+            tell(id, 0);
         }
     }
 }

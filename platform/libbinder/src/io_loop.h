@@ -1,8 +1,7 @@
-// The one thread that waits for control sockets and listeners. It never runs other people's code and
-// never blocks anywhere else, so that every connection is served whatever the calls do.
+// The one thread that waits for control sockets and listeners. It never runs other people's code
+// and never blocks anywhere else, so that every connection is served whatever the calls do.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -18,13 +17,12 @@ class endpoint {
     virtual int fd() const = 0;
     // `events` as of epoll.
     virtual void on_events(uint32_t events) = 0;
-    // About twice a second while any endpoint wants ticks.
+    // About once a second.
     virtual void on_tick() {}
 
   private:
     friend class io_loop;
-    uint64_t loop_id_ = 0;      // set by add()
-    bool wants_ticks_ = false;  // under the loop's lock
+    uint64_t loop_id_ = 0;  // set by add()
 };
 
 class io_loop {
@@ -44,20 +42,14 @@ class io_loop {
     // No call begins afterwards; on other threads than the loop's, one may still be running.
     void remove(const endpoint& who);
 
-    // Whether this endpoint wants on_tick(), as long as it is not removed.
-    void want_ticks(endpoint& who, bool wants);
-
   private:
     io_loop() = default;
     int start();
     static void* run_thread(void* loop);
     void run();
-    void tick();
-    std::shared_ptr<endpoint> find(uint64_t id);
+    void tell(uint64_t id, uint32_t events);
 
     int epoll_ = -1;
-    int wake_ = -1;
-    std::atomic<int> ticks_wanted_{0};  // changes under the lock
     guard_mutex mutex_;
     std::map<uint64_t, std::shared_ptr<endpoint>> endpoints_ BINDER_GUARDED_BY(mutex_);
     uint64_t last_id_ BINDER_GUARDED_BY(mutex_) = 0;

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "connection.h"
-#include "executor.h"
 #include "log.h"
 #include "message.h"
 
@@ -29,31 +28,16 @@ std::shared_ptr<listener> listener::make(const std::string& file,
     }
     auto made = std::make_shared<listener>(std::move(directory), file, service);
     made->socket_ = listen_at(made->directory_.get(), file, &made->identity_, status);
-    return made->socket_.valid() ? made : nullptr;
-}
-
-listener::listener(unique_fd&& directory, std::string file,
-                   const android::sp<android::IBinder>& service)
-    : directory_(std::move(directory)), file_(std::move(file)), service_(service) {}
-
-bool listener::start() {
-    io_loop* loop = io_loop::get();
-    return loop != nullptr && loop->add(shared_from_this(), EPOLLIN);
-}
-
-android::sp<android::IBinder> listener::stop() {
-    if (io_loop* loop = io_loop::get()) {
-        loop->remove(*this);
+    if (!made->socket_.valid()) {
+        return nullptr;
     }
-    android::sp<android::IBinder> service;
-    const guard_lock lock(mutex_);
-    std::swap(service, service_);
-    return service;
-}
-
-android::sp<android::IBinder> listener::service() {
-    const guard_lock lock(mutex_);
-    return service_;
+    io_loop* loop = io_loop::get();
+    if (loop == nullptr || !loop->add(made, EPOLLIN)) {
+        made->remove_file();
+        *status = android::NO_MEMORY;
+        return nullptr;
+    }
+    return made;
 }
 
 bool listener::is_replaced() const {
@@ -74,7 +58,11 @@ void listener::on_events(uint32_t /*events*/) {
         if (socket.valid()) {
             accept_one(std::move(socket));
         } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-            pause(strerror(errno));
+            // What waits stays readable: asking again at once would never end.
+            complain(strangers_, complaint::connection_refused,
+                     "who connects to the service '%s' has to wait: %s", file_.c_str(),
+                     strerror(errno));
+            io_loop::get()->set_events(*this, 0);
             return;
         } else if (errno != EINTR && errno != ECONNABORTED) {
             return;
@@ -94,10 +82,6 @@ void listener::accept_one(unique_fd&& socket) {
         return;
     }
     const std::shared_ptr<peer> other = peer::of(identity);
-    android::sp<android::IBinder> offered = service();
-    if (offered == nullptr) {
-        return;
-    }
     if (!other->take(resource::connections, 1)) {
         complain(other->lines, complaint::connection_refused,
                  "process %d is not let in at the service '%s': there are too many connections",
@@ -105,35 +89,16 @@ void listener::accept_one(unique_fd&& socket) {
         const hello_message refusal = make_hello(android::FAILED_TRANSACTION);
         const iovec part = {const_cast<hello_message*>(&refusal), sizeof refusal};
         send_message(socket.get(), &part, 1, nullptr, 0, MSG_DONTWAIT);
-    } else {
-        make_room_for_messages(socket.get());
-        if (!std::make_shared<connection>(std::move(socket), other, offered)->open()) {
-            other->give_back(resource::connections, 1);
-        }
+        return;
     }
-    // It may have been replaced just now.
-    executor::get().release_later(this, nullptr, std::move(offered));
-}
-
-// What waits stays readable: asking again at once would never end.
-void listener::pause(const char* why) {
-    if (!has_complained_) {
-        has_complained_ = true;
-        BINDER_LOG(ERROR, "who connects to the service '%s' has to wait: %s", file_.c_str(), why);
-    }
-    if (!is_paused_) {
-        is_paused_ = true;
-        io_loop::get()->want_ticks(*this, true);
-        io_loop::get()->set_events(*this, 0);
+    make_room_for_messages(socket.get());
+    if (!std::make_shared<connection>(std::move(socket), other, service_)->open()) {
+        other->give_back(resource::connections, 1);
     }
 }
 
 void listener::on_tick() {
-    if (is_paused_) {
-        is_paused_ = false;
-        io_loop::get()->want_ticks(*this, false);
-        io_loop::get()->set_events(*this, EPOLLIN);
-    }
+    io_loop::get()->set_events(*this, EPOLLIN);
 }
 
 }  // namespace corvex_binder

@@ -6,9 +6,8 @@
 
 #include <binder/IBinder.h>
 
-#include "log.h"
-#include "guarded.h"
 #include "io_loop.h"
+#include "log.h"
 #include "socket_directory.h"
 #include "unique_fd.h"
 
@@ -16,19 +15,16 @@ namespace corvex_binder {
 
 class listener : public endpoint, public std::enable_shared_from_this<listener> {
   public:
-    // Takes the name in the folder of services. Null, with the status, where that cannot be.
+    // Takes the name in the folder of services, and accepts from then on until the loop does not
+    // keep it any more. Null, with the status, where that cannot be.
     static std::shared_ptr<listener> make(const std::string& file,
                                           const android::sp<android::IBinder>& service,
                                           android::status_t* status);
 
-    listener(unique_fd&& directory, std::string file,
-             const android::sp<android::IBinder>& service);
+    listener(unique_fd&& directory, std::string file, const android::sp<android::IBinder>& service)
+        : directory_(std::move(directory)), file_(std::move(file)), service_(service) {}
 
-    // Accepts from now on; false when there is no room. Until stopped, it keeps itself and the
-    // service. stop() answers the latter, whose last reference that may be.
-    bool start();
-    android::sp<android::IBinder> stop();
-    android::sp<android::IBinder> service();
+    const android::sp<android::IBinder>& service() const { return service_; }
 
     // Whether another one has the name now.
     bool is_replaced() const;
@@ -42,18 +38,13 @@ class listener : public endpoint, public std::enable_shared_from_this<listener> 
 
   private:
     void accept_one(unique_fd&& socket);
-    void pause(const char* why);
 
     const unique_fd directory_;
     const std::string file_;
+    const android::sp<android::IBinder> service_;
     unique_fd socket_;
     socket_identity identity_;
-    bool is_paused_ = false;        // loop's thread
-    bool has_complained_ = false;   // loop's thread
     complaints strangers_{};
-
-    guard_mutex mutex_;
-    android::sp<android::IBinder> service_ BINDER_GUARDED_BY(mutex_);
 };
 
 }  // namespace corvex_binder

@@ -27,8 +27,8 @@ void write_line(int priority, const char* text) {
         return;
     }
     executor::get().post(&line_queue, nullptr, make_job([priority, line = std::string(text)] {
-                             __android_log_write(priority, kTag, line.c_str());
-                         }));
+        __android_log_write(priority, kTag, line.c_str());
+    }));
 }
 
 bool is_power_of_ten(uint64_t number) {
@@ -38,7 +38,8 @@ bool is_power_of_ten(uint64_t number) {
     return number == 1;
 }
 
-__attribute__((format(printf, 3, 0))) void complain_about(complaints* about, complaint kind, const char* format, va_list arguments) {
+__attribute__((format(printf, 3, 0))) void complain_about(complaints* about, complaint kind,
+                                                          const char* format, va_list arguments) {
     const uint64_t count = about != nullptr ? ++(*about)[static_cast<size_t>(kind)] : 1;
     if (!is_power_of_ten(count)) {
         return;

@@ -91,8 +91,9 @@ sp<remote_part> map(const Parcel& reply) {
     int64_t offset = 0;
     uint64_t size = 0;
     const char* fault = "its answer is malformed";
-    if (fd >= 0 && reply.readUint64(&heap_size) == NO_ERROR && reply.readUint32(&flags) == NO_ERROR &&
-        reply.readInt64(&offset) == NO_ERROR && reply.readUint64(&size) == NO_ERROR) {
+    if (fd >= 0 && reply.readUint64(&heap_size) == NO_ERROR &&
+        reply.readUint32(&flags) == NO_ERROR && reply.readInt64(&offset) == NO_ERROR &&
+        reply.readUint64(&size) == NO_ERROR) {
         fault = find_fault(fd, heap_size);
     }
     if (fault == nullptr && (offset > SSIZE_MAX || size > SIZE_MAX ||
@@ -169,8 +170,7 @@ void* IMemory::pointer() const {
     ssize_t offset = 0;
     size_t size = 0;
     const sp<IMemoryHeap> heap = getMemory(&offset, &size);
-    if (heap == nullptr || heap->getBase() == MAP_FAILED ||
-        !holds(heap->getSize(), offset, size)) {
+    if (heap == nullptr || heap->getBase() == MAP_FAILED || !holds(heap->getSize(), offset, size)) {
         return nullptr;
     }
     return static_cast<uint8_t*>(heap->getBase()) + offset;

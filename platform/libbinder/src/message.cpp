@@ -24,23 +24,12 @@ void take_descriptors(msghdr& header, received_message* message) {
         for (size_t i = 0; i < count; ++i) {
             int fd = -1;
             memcpy(&fd, CMSG_DATA(part) + i * sizeof fd, sizeof fd);
-            if (message->descriptors.is_full()) {
-                unique_fd(fd).reset();
-            } else {
-                message->descriptors.add(fd);
-            }
+            message->descriptors.emplace_back(fd);
         }
     }
 }
 
 }  // namespace
-
-void received_descriptors::close_all() {
-    for (size_t i = 0; i < count_; ++i) {
-        unique_fd(fds_[i]).reset();
-    }
-    count_ = 0;
-}
 
 void receive_message(int socket, uint8_t* room, size_t size, int flags, received_message* message) {
     iovec part = {room, size};

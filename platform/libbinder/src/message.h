@@ -4,38 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <sys/uio.h>
-#include <utility>
+#include <vector>
 
 #include "unique_fd.h"
 #include "wire.h"
 
 namespace corvex_binder {
-
-// The descriptors of a message that has been received. Closing one may block, where the sender
-// wants it to: on the loop's thread they are handed on.
-class received_descriptors {
-  public:
-    received_descriptors() = default;
-    received_descriptors(received_descriptors&& other) noexcept : count_(other.count_) {
-        for (size_t i = 0; i < count_; ++i) {
-            fds_[i] = std::exchange(other.fds_[i], -1);
-        }
-        other.count_ = 0;
-    }
-    received_descriptors& operator=(received_descriptors&&) = delete;
-    ~received_descriptors() { close_all(); }
-
-    size_t count() const { return count_; }
-    void add(int fd) { fds_[count_++] = fd; }
-    bool is_full() const { return count_ == kMaxDescriptors; }
-    // Gives it away.
-    int take(size_t index) { return std::exchange(fds_[index], -1); }
-    void close_all();
-
-  private:
-    int fds_[kMaxDescriptors];
-    size_t count_ = 0;
-};
 
 struct received_message {
     // At the end of the connection, and of a message that is longer than the room for it, 0; on
@@ -43,7 +17,8 @@ struct received_message {
     ssize_t bytes = 0;
     // This process had no room for all of its descriptors.
     bool lost_descriptors = false;
-    received_descriptors descriptors;
+    // Closing one may block, where the sender wants it to: on the loop's thread they are handed on.
+    std::vector<unique_fd> descriptors;
 };
 
 // `flags` as of recvmsg().

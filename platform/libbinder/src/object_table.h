@@ -79,8 +79,7 @@ class object_table {
     uint64_t last_name_ BINDER_GUARDED_BY(mutex_) = kServiceObject;
     sent_objects sent_ BINDER_GUARDED_BY(mutex_);
     std::unordered_map<android::IBinder*, uint64_t> names_ BINDER_GUARDED_BY(mutex_);
-    std::unordered_map<uint64_t, android::wp<android::BpBinder>> proxies_
-        BINDER_GUARDED_BY(mutex_);
+    std::unordered_map<uint64_t, android::wp<android::BpBinder>> proxies_ BINDER_GUARDED_BY(mutex_);
 };
 
 }  // namespace corvex_binder

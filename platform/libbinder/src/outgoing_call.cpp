@@ -1,5 +1,5 @@
-// A connection's own calls. The caller's thread does all of it: it takes a channel, sends, and waits
-// in the socket for the reply.
+// A connection's own calls. The caller's thread does all of it: it takes a channel, sends, and
+// waits in the socket for the reply.
 
 #include <cerrno>
 #include <chrono>
@@ -43,8 +43,7 @@ status_t connection::call(uint64_t target, std::atomic<uint64_t>& times_named, u
     ++times_named;
     const bool oneway = (flags & android::IBinder::FLAG_ONEWAY) != 0;
     call_message call = {oneway ? kOnewayCall : kCall, code, 0, target, flags, 0, parcel.header()};
-    const status_t status =
-        oneway ? call_oneway(call, parcel) : call_and_wait(call, parcel, reply);
+    const status_t status = oneway ? call_oneway(call, parcel) : call_and_wait(call, parcel, reply);
     if (!parcel.is_sent()) {
         --times_named;
     }
@@ -90,7 +89,6 @@ status_t connection::call_and_wait(call_message& call, outgoing_parcel& parcel, 
     if (status != android::NO_ERROR) {
         return status == android::TIMED_OUT ? note_silence(call.code, timeout_ms) : status;
     }
-    const bool is_new = channel->last_call == 0;
     call.number = channel->last_call + 1;
     // There is room, unless earlier calls of this channel have not even been received.
     const int error = parcel.send(channel->socket.get(), &call, sizeof call, MSG_DONTWAIT);
@@ -109,9 +107,6 @@ status_t connection::call_and_wait(call_message& call, outgoing_parcel& parcel, 
         status = android::FAILED_TRANSACTION;
     }
     channels_.put(channel, state == reply_state::ended);
-    if (is_new || state == reply_state::none) {
-        io_loop::get()->want_ticks(*this, true);
-    }
     switch (state) {
         case reply_state::none:
             return note_silence(call.code, timeout_ms);
@@ -185,7 +180,7 @@ connection::reply_state connection::receive_reply(call_channel& channel, int fla
     if (unwanted != nullptr && unwanted->objectsCount() > 0) {
         release_later(std::move(unwanted));
     }
-    if (message.descriptors.count() > 0) {
+    if (!message.descriptors.empty()) {
         release_later(std::move(message.descriptors));
     }
     return fixed.number == channel.last_call ? reply_state::answered : reply_state::late;
@@ -226,13 +221,6 @@ void connection::on_tick() {
         channels_.put(channel, state == reply_state::ended);
     }
     channels_.close_idle();
-    if (!channels_.want_ticks()) {
-        io_loop::get()->want_ticks(*this, false);
-        // A call may have made a channel meanwhile.
-        if (channels_.want_ticks()) {
-            io_loop::get()->want_ticks(*this, true);
-        }
-    }
 }
 
 }  // namespace corvex_binder

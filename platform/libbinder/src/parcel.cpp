@@ -1,11 +1,10 @@
 // A parcel's data. Nothing here trusts what it reads.
 
-#include <binder/Parcel.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
+#include <binder/Parcel.h>
 #include <utils/String8.h>
 
 #include "log.h"
@@ -88,8 +87,8 @@ status_t Parcel::setData(const uint8_t* buffer, size_t len) {
     return status;
 }
 
-// Room for len bytes at the position, which it does not move; zeros up to there. What is overwritten
-// goes, objects and descriptors too.
+// Room for len bytes at the position, which it does not move; zeros up to there. What is
+// overwritten goes, objects and descriptors too.
 void* Parcel::prepare_write(size_t len) {
     const size_t begin = mDataPos;
     if (len > kMaxStoredBytes || begin > kMaxStoredBytes - len) {

@@ -15,7 +15,7 @@ namespace corvex_binder {
 
 // How the place of an object looks in the data. All else is zero.
 enum object_type : uint32_t {
-    kBinderType = 0x73622a85,     // "sb*"
+    kBinderType = 0x73622a85,      // "sb*"
     kDescriptorType = 0x66642a85,  // "fd*"
 };
 

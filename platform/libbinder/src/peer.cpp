@@ -63,8 +63,7 @@ std::shared_ptr<peer> peer::of(const peer_identity& identity) {
         found = std::make_shared<peer>(identity);
     }
     std::shared_ptr<peer> answer = found;
-    for (auto one = known.all.begin();
-         one != known.all.end() && known.all.size() > kKeptRecords;) {
+    for (auto one = known.all.begin(); one != known.all.end() && known.all.size() > kKeptRecords;) {
         one = one->second.use_count() == 1 ? known.all.erase(one) : std::next(one);
     }
     return answer;

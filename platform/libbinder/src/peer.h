@@ -51,7 +51,8 @@ class peer {
     std::array<std::atomic<uint64_t>, static_cast<size_t>(resource::kCount)> taken_{};
 };
 
-// How long a call to it may take: the setting, and at most 100 ms while it is silent. 0 is for ever.
+// How long a call to it may take: the setting, and at most 100 ms while it is silent. 0 is for
+// ever.
 int patience_ms(const peer& other);
 
 }  // namespace corvex_binder

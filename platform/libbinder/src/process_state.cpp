@@ -6,11 +6,9 @@
 #include <binder/IPCThreadState.h>
 #include <binder/ProcessState.h>
 
+#include "calling_identity.h"
 #include "executor.h"
 #include "log.h"
-#include "process_calls.h"
-
-namespace corvex_binder {
 
 namespace {
 
@@ -18,9 +16,7 @@ std::atomic<bool> wants_calls{false};
 
 }  // namespace
 
-void want_calls() {
-    wants_calls = true;
-}
+namespace corvex_binder {
 
 void warn_without_pool() {
     static std::atomic<bool> complained{false};
@@ -44,7 +40,7 @@ sp<ProcessState> ProcessState::self() {
 }
 
 void ProcessState::startThreadPool() {
-    corvex_binder::want_calls();
+    wants_calls = true;
 }
 
 IPCThreadState::IPCThreadState() : mCallingPid(getpid()), mCallingUid(getuid()) {}
@@ -54,31 +50,8 @@ IPCThreadState* IPCThreadState::self() {
     return &state;
 }
 
-pid_t IPCThreadState::getCallingPid() const {
-    return mCallingPid;
-}
-
-uid_t IPCThreadState::getCallingUid() const {
-    return mCallingUid;
-}
-
-int64_t IPCThreadState::clearCallingIdentity() {
-    const auto token = static_cast<int64_t>(static_cast<uint64_t>(mCallingUid) << 32 |
-                                            static_cast<uint32_t>(mCallingPid));
-    mCallingPid = getpid();
-    mCallingUid = getuid();
-    return token;
-}
-
-void IPCThreadState::restoreCallingIdentity(int64_t token) {
-    mCallingUid = static_cast<uid_t>(static_cast<uint64_t>(token) >> 32);
-    mCallingPid = static_cast<pid_t>(token);
-}
-
-void IPCThreadState::flushCommands() {}
-
-void IPCThreadState::joinThreadPool(bool /*isMain*/) {
-    corvex_binder::want_calls();
+void IPCThreadState::joinThreadPool() {
+    wants_calls = true;
     corvex_binder::executor::get().join();
 }
 

@@ -31,8 +31,6 @@ struct proxy_state {
 
     guard_mutex mutex;
     std::vector<death_link> links BINDER_GUARDED_BY(mutex);
-    android::String16 descriptor BINDER_GUARDED_BY(mutex);
-    bool has_descriptor BINDER_GUARDED_BY(mutex) = false;
     // What has been made of the object, as long as there is a proxy of it; memory_base.cpp.
     android::sp<android::RefBase> attached BINDER_GUARDED_BY(mutex);
 };

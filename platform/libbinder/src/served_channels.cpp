@@ -11,7 +11,6 @@
 #include "carried_parcel.h"
 #include "connection.h"
 #include "log.h"
-#include "process_calls.h"
 #include "thread.h"
 
 namespace corvex_binder {
@@ -53,9 +52,8 @@ bool served_channels::serve(const std::shared_ptr<connection>& from, unique_fd& 
     served->socket = std::move(channel);
     int error = served->room != nullptr ? 0 : ENOMEM;
     if (error == 0) {
-        error = add(served->socket.get())
-                    ? start_thread(run_thread, served.get(), false)
-                    : ECONNABORTED;
+        error = add(served->socket.get()) ? start_thread(run_thread, served.get(), false)
+                                          : ECONNABORTED;
     }
     if (error != 0) {
         remove(served->socket.get());
@@ -134,11 +132,11 @@ bool served_channels::serve_one(served_channel& served, received_message& messag
         return false;
     }
     peer& other = served.from->other();
-    const size_t descriptors = message.descriptors.count();
+    const size_t descriptors = message.descriptors.size();
     const bool has_room = descriptors == 0 || other.take(resource::descriptors, descriptors);
-    status_t status = take_parcel(served.from, served.from->objects_, call.parcel,
-                                  served.room.get() + sizeof call, size - sizeof call, message,
-                                  &served.data);
+    status_t status =
+        take_parcel(served.from, served.from->objects_, call.parcel,
+                    served.room.get() + sizeof call, size - sizeof call, message, &served.data);
     android::sp<android::IBinder> target = served.from->objects_.find(call.target);
     if (!has_room) {
         status = android::FAILED_TRANSACTION;

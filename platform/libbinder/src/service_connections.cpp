@@ -1,4 +1,4 @@
-#include "service_connections.h"
+// The connections of this process to services of others: one for each name.
 
 #include <cerrno>
 #include <cstring>

@@ -72,8 +72,8 @@ android::status_t connect_to(int directory, const std::string& name, int timeout
     setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     int error = EINTR;
     while (error == EINTR) {
-        const bool done = connect(socket.get(), reinterpret_cast<const sockaddr*>(&address),
-                                  sizeof address) == 0;
+        const bool done =
+            connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
         error = done ? 0 : errno;
     }
     if (error == ENOENT || error == ECONNREFUSED) {

@@ -35,8 +35,8 @@ unique_fd listen_at(int directory, const std::string& name, socket_identity* ide
 // The socket that has the name now; false where there is none.
 bool identify(int directory, const std::string& name, socket_identity* identity);
 
-// A socket connected to who listens there, whose credentials have been checked. NAME_NOT_FOUND where
-// nobody does; TIMED_OUT where somebody does and is not free within the time (0: for ever);
+// A socket connected to who listens there, whose credentials have been checked. NAME_NOT_FOUND
+// where nobody does; TIMED_OUT where somebody does and is not free within the time (0: for ever);
 // PERMISSION_DENIED, with a line in the log, where that is another user.
 android::status_t connect_to(int directory, const std::string& name, int timeout_ms,
                              unique_fd* connected, peer_identity* peer);

@@ -27,7 +27,6 @@ class IBinder : public virtual RefBase {
         LAST_CALL_TRANSACTION = 0x00ffffff,
 
         PING_TRANSACTION = B_PACK_CHARS('_', 'P', 'N', 'G'),
-        INTERFACE_TRANSACTION = B_PACK_CHARS('_', 'N', 'T', 'F'),
 
         // The call returns once it is on its way; there is no reply.
         FLAG_ONEWAY = 0x00000001
@@ -38,7 +37,7 @@ class IBinder : public virtual RefBase {
     // The object itself, with a new strong reference, where it is local and has this descriptor.
     virtual sp<IInterface> queryLocalInterface(const String16& descriptor);
 
-    // Of a proxy: asks the other process once and keeps the answer; empty while it cannot be asked.
+    // Empty for a proxy.
     virtual const String16& getInterfaceDescriptor() const = 0;
 
     virtual bool isBinderAlive() const = 0;

@@ -1,8 +1,8 @@
 // Memory that processes share: a heap is one mapping, a memory is a part of it.
 //
 // The heap of another process's memory is mapped when that is first used, once however many proxies
-// of it there are, and stays until the last of them, and of its references, goes. Only a sealed memfd
-// that is large enough is mapped: nobody can make it shorter afterwards.
+// of it there are, and stays until the last of them, and of its references, goes. Only a sealed
+// memfd that is large enough is mapped: nobody can make it shorter afterwards.
 #pragma once
 
 #include <stdint.h>

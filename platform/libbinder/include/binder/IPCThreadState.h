@@ -3,8 +3,6 @@
 
 #include <sys/types.h>
 
-#include <utils/Errors.h>
-
 #pragma GCC visibility push(default)
 
 namespace corvex_binder {
@@ -19,17 +17,11 @@ class IPCThreadState {
     static IPCThreadState* self();
 
     // Who made the call that this thread is serving; this process itself when it serves none.
-    pid_t getCallingPid() const;
-    uid_t getCallingUid() const;
-    // Takes this process's identity for the rest of the call; restore takes what clear answered.
-    int64_t clearCallingIdentity();
-    void restoreCallingIdentity(int64_t token);
-
-    // Nothing is ever held back, so there is nothing to do.
-    void flushCommands();
+    pid_t getCallingPid() const { return mCallingPid; }
+    uid_t getCallingUid() const { return mCallingUid; }
 
     // Gives this thread to the library, for one-way calls and notices; does not return.
-    void joinThreadPool(bool isMain = true);
+    void joinThreadPool();
 
     IPCThreadState(const IPCThreadState&) = delete;
     IPCThreadState& operator=(const IPCThreadState&) = delete;
