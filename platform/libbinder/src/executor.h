@@ -18,6 +18,13 @@
 
 namespace corvex_binder {
 
+// Remembers the signals that this thread blocks, for start_thread(). Before the first thread.
+void remember_signals();
+
+// Starts a thread, for which nobody waits. Those that run other people's code block the signals
+// that were remembered, the others all. 0, or an error of errno.
+int start_thread(void* (*run)(void*), void* argument, bool blocks_signals);
+
 class job {
   public:
     virtual ~job() = default;

@@ -11,7 +11,6 @@
 
 #include "executor.h"
 #include "log.h"
-#include "thread.h"
 #include "unique_fd.h"
 
 namespace corvex_binder {

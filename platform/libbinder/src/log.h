@@ -25,6 +25,7 @@ enum class complaint : uint8_t {
     connection_refused,
     calls_refused,
     no_answer,
+    bad_setting,
     kCount,
 };
 

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "proxy.h"
-
 namespace corvex_binder {
 
 using android::BpBinder;
@@ -19,13 +17,12 @@ void object_table::offer_service(const sp<IBinder>& service) {
 
 status_t object_table::name(const connection& ours, const sp<IBinder>& object, uint32_t at,
                             wire_object* named) {
-    if (const BpBinder* proxy = object->remoteBinder()) {
-        proxy_state& state = proxy_access::state(*proxy);
-        if (state.from.get() != &ours) {
+    if (BpBinder* proxy = object->remoteBinder()) {
+        if (proxy->from.get() != &ours) {
             return android::INVALID_OPERATION;
         }
-        ++state.named;
-        *named = {at, kReceiversObject, state.object};
+        ++proxy->named;
+        *named = {at, kReceiversObject, proxy->object};
         return android::NO_ERROR;
     }
     const guard_lock lock(mutex_);
@@ -63,7 +60,7 @@ sp<IBinder> object_table::take_back(const wire_object& named) {
         const auto proxy = proxies_.find(named.object);
         if (proxy != proxies_.end()) {
             // The parcel holds it.
-            --proxy_access::state(*proxy->second.promote()).named;
+            --proxy->second.promote()->named;
         }
         return nullptr;
     }
@@ -91,7 +88,7 @@ sp<BpBinder> object_table::proxy_of(const std::shared_ptr<connection>& from, uin
     const auto [known, is_new] = proxies_.try_emplace(object);
     sp<BpBinder> proxy = is_new ? nullptr : known->second.promote();
     if (proxy == nullptr) {
-        proxy = proxy_access::make(from, object);
+        proxy = new BpBinder(from, object);
         known->second = proxy;
     }
     return proxy;
@@ -103,7 +100,7 @@ sp<BpBinder> object_table::receive(const std::shared_ptr<connection>& from, uint
         return nullptr;
     }
     sp<BpBinder> proxy = proxy_of(from, object);
-    ++proxy_access::state(*proxy).received;
+    ++proxy->received;
     return proxy;
 }
 
@@ -126,14 +123,13 @@ bool object_table::release(const release_message& message, sp<IBinder>* released
 }
 
 release_message object_table::forget(const BpBinder* proxy) {
-    const proxy_state& state = proxy_access::state(*proxy);
     const guard_lock lock(mutex_);
     // The same object may have come again, and have a new proxy.
-    const auto found = proxies_.find(state.object);
+    const auto found = proxies_.find(proxy->object);
     if (found != proxies_.end() && found->second.unsafe_get() == proxy) {
         proxies_.erase(found);
     }
-    return {kRelease, 0, state.object, state.received, state.named};
+    return {kRelease, 0, proxy->object, proxy->received, proxy->named};
 }
 
 bool object_table::has_ended() {

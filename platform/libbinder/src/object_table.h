@@ -14,12 +14,12 @@
 #include <unordered_map>
 #include <vector>
 
-#include <binder/BpBinder.h>
+#include <binder/IBinder.h>
 #include <utils/Errors.h>
 
 #include "guarded.h"
-#include "parcel_object.h"
-#include "wire.h"
+#include "message.h"
+#include "proxy.h"
 
 namespace corvex_binder {
 

@@ -54,19 +54,18 @@ status_t connection::call_oneway(const call_message& call, outgoing_parcel& parc
     const uint64_t cost =
         message_cost(sizeof call + parcel.table_part().iov_len + parcel.data_part().iov_len,
                      parcel.descriptor_count());
-    if (!oneway_.send(cost)) {
-        if (oneway_.complains()) {
-            complain(other_->lines, complaint::calls_refused,
-                     "calls to process %d are refused: too many wait there already",
-                     other_->identity.pid);
-        }
+    if (oneway_cost_.fetch_add(cost) + cost > kMaxOnewayCost) {
+        oneway_cost_ -= cost;
+        complain(other_->lines, complaint::calls_refused,
+                 "calls to process %d are refused: too many wait there already",
+                 other_->identity.pid);
         return android::FAILED_TRANSACTION;
     }
     const iovec parts[] = {
         {const_cast<call_message*>(&call), sizeof call}, parcel.table_part(), parcel.data_part()};
     if (!tell(control_.send(parts, std::size(parts), parcel.descriptors(),
                             parcel.descriptor_count()))) {
-        oneway_.sent_is_done(cost);
+        oneway_cost_ -= cost;
         return android::DEAD_OBJECT;
     }
     parcel.sent();

@@ -1,11 +1,13 @@
 #include "peer.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <map>
 #include <utility>
 
 #include "guarded.h"
-#include "settings.h"
+#include "log.h"
 
 namespace corvex_binder {
 
@@ -53,6 +55,24 @@ peer_records& records() {
     return *known;
 }
 
+// A number of the environment, or the preset.
+int read_setting(const char* variable, long preset, long most, complaints& lines) {
+    const char* text = getenv(variable);
+    if (text == nullptr || *text == '\0') {
+        return static_cast<int>(preset);
+    }
+    char* end = nullptr;
+    errno = 0;
+    const long value = strtol(text, &end, 10);
+    if (errno == 0 && *end == '\0' && value >= 0 && value <= most) {
+        return static_cast<int>(value);
+    }
+    complain(lines, complaint::bad_setting,
+             "%s is '%s', so %ld is used: give a whole number from 0 to %ld", variable, text,
+             preset, most);
+    return static_cast<int>(preset);
+}
+
 }  // namespace
 
 std::shared_ptr<peer> peer::of(const peer_identity& identity) {
@@ -85,6 +105,16 @@ void peer::give_back(resource what, uint64_t amount) {
     const auto index = static_cast<size_t>(what);
     taken_[index].fetch_sub(amount, std::memory_order_relaxed);
     taken_by_all[index].fetch_sub(amount, std::memory_order_relaxed);
+}
+
+int call_timeout_ms() {
+    static complaints lines{};
+    return read_setting("CORVEX_BINDER_CALL_TIMEOUT_MS", 3000, 3600000, lines);
+}
+
+int service_wait_ms() {
+    static complaints lines{};
+    return read_setting("CORVEX_BINDER_WAIT_MS", 500, 60000, lines);
 }
 
 int patience_ms(const peer& other) {

@@ -51,8 +51,12 @@ class peer {
     std::array<std::atomic<uint64_t>, static_cast<size_t>(resource::kCount)> taken_{};
 };
 
-// How long a call to it may take: the setting, and at most 100 ms while it is silent. 0 is for
-// ever.
+// What the environment says, read at each use: how long a call waits for its reply (0 is for ever), and
+// how long getService() waits for a service to come.
+int call_timeout_ms();
+int service_wait_ms();
+
+// How long a call to this process may take: the setting, and at most 100 ms while it is silent.
 int patience_ms(const peer& other);
 
 }  // namespace corvex_binder

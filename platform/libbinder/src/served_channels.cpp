@@ -11,7 +11,6 @@
 #include "carried_parcel.h"
 #include "connection.h"
 #include "log.h"
-#include "thread.h"
 
 namespace corvex_binder {
 

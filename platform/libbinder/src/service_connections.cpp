@@ -10,7 +10,6 @@
 #include "guarded.h"
 #include "log.h"
 #include "message.h"
-#include "settings.h"
 #include "socket_directory.h"
 
 namespace corvex_binder {

@@ -16,7 +16,6 @@
 #include "guarded.h"
 #include "listener.h"
 #include "log.h"
-#include "settings.h"
 #include "socket_directory.h"
 
 namespace android {

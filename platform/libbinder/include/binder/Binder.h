@@ -9,11 +9,13 @@ namespace android {
 
 class BBinder : public IBinder {
   public:
-    BBinder();
+    BBinder() = default;
+    BBinder(const BBinder&) = delete;
+    BBinder& operator=(const BBinder&) = delete;
 
     const String16& getInterfaceDescriptor() const override;
-    bool isBinderAlive() const override;
-    status_t pingBinder() override;
+    bool isBinderAlive() const override { return true; }
+    status_t pingBinder() override { return NO_ERROR; }
 
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
                       uint32_t flags = 0) override;
@@ -23,14 +25,9 @@ class BBinder : public IBinder {
     status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie = nullptr,
                            uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) override;
 
-    BBinder* localBinder() override;
-
-    BBinder(const BBinder&) = delete;
-    BBinder& operator=(const BBinder&) = delete;
+    BBinder* localBinder() override { return this; }
 
   protected:
-    ~BBinder() override;
-
     // Serves one call: on the caller's thread for calls from this process, else on a thread of the
     // library's. `reply` is never null. Hand on what you do not know.
     virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
@@ -43,11 +40,9 @@ class BpRefBase : public virtual RefBase {
     BpRefBase& operator=(const BpRefBase&) = delete;
 
   protected:
-    explicit BpRefBase(const sp<IBinder>& o);
-    ~BpRefBase() override;
+    explicit BpRefBase(const sp<IBinder>& o) : mRemote(o) {}
 
-    inline IBinder* remote() { return mRemote.get(); }
-    inline IBinder* remote() const { return mRemote.get(); }
+    IBinder* remote() const { return mRemote.get(); }
 
   private:
     const sp<IBinder> mRemote;

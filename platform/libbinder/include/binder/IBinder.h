@@ -32,8 +32,6 @@ class IBinder : public virtual RefBase {
         FLAG_ONEWAY = 0x00000001
     };
 
-    IBinder();
-
     // The object itself, with a new strong reference, where it is local and has this descriptor.
     virtual sp<IInterface> queryLocalInterface(const String16& descriptor);
 
@@ -70,11 +68,8 @@ class IBinder : public virtual RefBase {
                                    wp<DeathRecipient>* outRecipient = nullptr) = 0;
 
     // This object as what it is; null where it is the other.
-    virtual BBinder* localBinder();
-    virtual BpBinder* remoteBinder();
-
-  protected:
-    ~IBinder() override;
+    virtual BBinder* localBinder() { return nullptr; }
+    virtual BpBinder* remoteBinder() { return nullptr; }
 };
 
 }  // namespace android
