@@ -43,7 +43,7 @@ TEST(Parcel, EveryKindComesBackAsItWas) {
         parcel.writeUint64(UINT64_MAX);
         parcel.writeBool(true);
         parcel.writeString16(text);
-        parcel.writeString16(nullptr, 0);
+        parcel.writeInt32(-1);
         parcel.writeStrongBinder(object);
         parcel.writeStrongBinder(nullptr);
         EXPECT_EQ(parcel.errorCheck(), android::NO_ERROR);

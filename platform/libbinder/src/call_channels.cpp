@@ -108,6 +108,11 @@ void call_channels::put(call_channel* channel, bool is_broken) {
     }
 }
 
+void call_channels::close(const call_channel* channel) {
+    all_.erase(std::find_if(all_.begin(), all_.end(),
+                            [channel](const auto& one) { return one.get() == channel; }));
+}
+
 void call_channels::end() {
     const guard_lock lock(mutex_);
     has_ended_ = true;
@@ -115,8 +120,7 @@ void call_channels::end() {
         shutdown(channel->socket.get(), SHUT_RDWR);
     }
     for (const call_channel* channel : free_) {
-        all_.erase(std::find_if(all_.begin(), all_.end(),
-                                [channel](const auto& one) { return one.get() == channel; }));
+        close(channel);
     }
     free_.clear();
     changed_.notify_all();
@@ -127,8 +131,7 @@ void call_channels::close_idle() {
     for (auto free = free_.begin(); free != free_.end();) {
         const call_channel* channel = *free;
         if (!channel->is_owing() && all_.size() > 1 && ++(*free)->idle_ticks > kIdleTicks) {
-            all_.erase(std::find_if(all_.begin(), all_.end(),
-                                    [channel](const auto& one) { return one.get() == channel; }));
+            close(channel);
             free = free_.erase(free);
         } else {
             ++free;

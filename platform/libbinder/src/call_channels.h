@@ -56,6 +56,7 @@ class call_channels {
   private:
     call_channel* find_free() BINDER_REQUIRES(mutex_);
     android::status_t make(control_socket& control, call_channel** made);
+    void close(const call_channel* channel) BINDER_REQUIRES(mutex_);
 
     guard_mutex mutex_;
     std::condition_variable_any changed_;

@@ -86,13 +86,8 @@ void executor::spawn_if_needed() {
     if (ready_.size() <= idle_ || threads_ >= kMaxThreads) {
         return;
     }
-    const int error = spawn();
-    if (error != 0 && !std::exchange(has_complained_, true)) {
-        // Not through log_line(), which on the loop's thread would need this lock.
-        __android_log_print(ANDROID_LOG_ERROR, "corvex_binder",
-                            "no further thread for one-way calls: %s; they wait for one of the "
-                            "%zu that there are",
-                            strerror(error), threads_);
+    if (const int error = spawn(); error != 0) {
+        spawn_error_ = error;
     }
 }
 
@@ -117,7 +112,14 @@ void executor::run_first_of(const void* queue) {
     if (running.cause != nullptr) {
         ++running.cause->running_jobs;
     }
+    const int error = has_complained_ ? 0 : spawn_error_;
+    has_complained_ = spawn_error_ != 0;
     mutex_.unlock();
+    if (error != 0) {
+        BINDER_LOG(ERROR,
+                   "no further thread for one-way calls: %s; they wait for those that there are",
+                   strerror(error));
+    }
     running.work->run();
     running.work.reset();
     mutex_.lock();

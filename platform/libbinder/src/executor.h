@@ -89,6 +89,7 @@ class executor {
     std::deque<const void*> ready_ BINDER_GUARDED_BY(mutex_);
     size_t threads_ BINDER_GUARDED_BY(mutex_) = 0;
     size_t idle_ BINDER_GUARDED_BY(mutex_) = 0;
+    int spawn_error_ BINDER_GUARDED_BY(mutex_) = 0;
     bool has_complained_ BINDER_GUARDED_BY(mutex_) = false;
 };
 

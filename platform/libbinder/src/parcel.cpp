@@ -137,25 +137,11 @@ status_t Parcel::write(const void* data, size_t len) {
 }
 
 status_t Parcel::writeString16(const String16& str) {
-    return writeString16(str.string(), str.size());
-}
-
-status_t Parcel::writeString16(const char16_t* str, size_t len) {
-    if (str == nullptr) {
-        return writeInt32(-1);
-    }
-    if (len >= kMaxStoredBytes / sizeof(char16_t)) {
+    if (str.size() >= kMaxStoredBytes / sizeof(char16_t)) {
         return mError = BAD_VALUE;
     }
-    const size_t bytes = len * sizeof(char16_t);
-    writeInt32(static_cast<int32_t>(len));
-    auto* to = static_cast<uint8_t*>(writeInplace(bytes + sizeof(char16_t)));
-    if (to == nullptr) {
-        return mError;
-    }
-    memcpy(to, str, bytes);
-    memset(to + bytes, 0, sizeof(char16_t));
-    return NO_ERROR;
+    writeInt32(static_cast<int32_t>(str.size()));
+    return write(str.string(), (str.size() + 1) * sizeof(char16_t));
 }
 
 status_t Parcel::writeInterfaceToken(const String16& interface) {
@@ -232,7 +218,8 @@ status_t Parcel::readString16(String16* pArg) const {
     return pArg->setTo(str, length);
 }
 
-bool Parcel::enforceInterface(const String16& interface) const {
+bool Parcel::checkInterface(IBinder* binder) const {
+    const String16& interface = binder->getInterfaceDescriptor();
     readInt32();
     size_t length = 0;
     const char16_t* name = readString16Inplace(&length);
@@ -245,10 +232,6 @@ bool Parcel::enforceInterface(const String16& interface) const {
         return false;
     }
     return true;
-}
-
-bool Parcel::checkInterface(IBinder* binder) const {
-    return enforceInterface(binder->getInterfaceDescriptor());
 }
 
 }  // namespace android

@@ -51,8 +51,8 @@ class peer {
     std::array<std::atomic<uint64_t>, static_cast<size_t>(resource::kCount)> taken_{};
 };
 
-// What the environment says, read at each use: how long a call waits for its reply (0 is for ever), and
-// how long getService() waits for a service to come.
+// What the environment says, read at each use: how long a call waits for its reply (0 is for ever),
+// and how long getService() waits for a service to come.
 int call_timeout_ms();
 int service_wait_ms();
 

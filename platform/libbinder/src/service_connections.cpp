@@ -57,21 +57,19 @@ status_t say_hello(int socket, const std::string& name) {
     if (message.bytes == 0) {
         return android::NAME_NOT_FOUND;
     }
-    if (!decode_fixed(room, static_cast<size_t>(message.bytes), &theirs, sizeof theirs) ||
-        theirs.type != kHello || memcmp(theirs.magic, kWireMagic, sizeof theirs.magic) != 0) {
-        BINDER_LOG(ERROR, "what is at the socket '%s' is no service: remove it", name.c_str());
-        return android::BAD_VALUE;
+    const bool is_hello =
+        decode_fixed(room, static_cast<size_t>(message.bytes), &theirs, sizeof theirs) &&
+        theirs.type == kHello && memcmp(theirs.magic, kWireMagic, sizeof theirs.magic) == 0;
+    const char* fault = nullptr;
+    if (!is_hello) {
+        fault = "what is there is no service: remove it";
+    } else if (theirs.version != kWireVersion) {
+        fault = "it speaks another version: run both processes from the same build";
+    } else if (theirs.status != android::NO_ERROR) {
+        fault = "it has no room for another connection of this process";
     }
-    if (theirs.version != kWireVersion) {
-        BINDER_LOG(ERROR,
-                   "the service '%s' speaks version %u and this process version %u: run both from "
-                   "the same build",
-                   name.c_str(), theirs.version, kWireVersion);
-        return android::BAD_VALUE;
-    }
-    if (theirs.status != android::NO_ERROR) {
-        BINDER_LOG(ERROR, "the service '%s' has no room for another connection of this process",
-                   name.c_str());
+    if (fault != nullptr) {
+        BINDER_LOG(ERROR, "the service '%s' is not used: %s", name.c_str(), fault);
         return android::FAILED_TRANSACTION;
     }
     return android::NO_ERROR;

@@ -52,8 +52,7 @@ class Parcel {
     void setError(status_t err) { mError = err; }
 
     status_t writeInterfaceToken(const String16& interface);
-    // Whether the parcel starts with this interface's token; reads it.
-    bool enforceInterface(const String16& interface) const;
+    // Whether the parcel starts with the token of the object's interface; reads it.
     bool checkInterface(IBinder* binder) const;
 
     status_t write(const void* data, size_t len);
@@ -65,7 +64,6 @@ class Parcel {
     status_t writeUint64(uint64_t val) { return write(&val, sizeof val); }
     status_t writeBool(bool val) { return writeInt32(val ? 1 : 0); }
     status_t writeString16(const String16& str);
-    status_t writeString16(const char16_t* str, size_t len);
 
     status_t writeStrongBinder(const sp<IBinder>& val);
     // With takeOwnership the parcel closes fd, else fd must stay open while the parcel lives.
@@ -93,8 +91,6 @@ class Parcel {
     // UNEXPECTED_NULL when it is null, BAD_TYPE when there is no object.
     status_t readStrongBinder(sp<IBinder>* val) const;
     status_t readNullableStrongBinder(sp<IBinder>* val) const;
-    template <typename T>
-    status_t readStrongBinder(sp<T>* val) const;
     // The parcel's own descriptor, or a negative status.
     int readFileDescriptor() const;
 
@@ -125,17 +121,6 @@ class Parcel {
     // Sorted by offset.
     std::vector<object_record> mObjects;
 };
-
-template <typename T>
-status_t Parcel::readStrongBinder(sp<T>* val) const {
-    sp<IBinder> binder;
-    const status_t status = readStrongBinder(&binder);
-    if (status == NO_ERROR) {
-        *val = interface_cast<T>(binder);
-        return *val != nullptr ? static_cast<status_t>(NO_ERROR) : UNKNOWN_ERROR;
-    }
-    return status;
-}
 
 }  // namespace android
 
