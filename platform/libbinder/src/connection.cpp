@@ -112,6 +112,20 @@ void connection::on_events(uint32_t events) {
     }
 }
 
+// Descriptors that have come from outside. Closing a socket may wait, for as long as its other end
+// likes, unless it is told not to.
+void connection::close_later(std::vector<unique_fd>&& descriptors) {
+    auto close_all = [held = std::move(descriptors)]() mutable {
+        for (unique_fd& descriptor : held) {
+            const linger at_once = {0, 0};
+            setsockopt(descriptor.get(), SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
+            descriptor.reset();
+        }
+    };
+    // Not in the queue of what may be blocked.
+    executor::get().post(&control_, nullptr, make_job(std::move(close_all)));
+}
+
 void connection::read_control() {
     static uint8_t room[kMaxMessageBytes];
     for (int i = 0; i < kMessagesAtOnce; ++i) {
@@ -124,7 +138,7 @@ void connection::read_control() {
         const bool has_ended = size == 0;
         const bool is_good = has_ended || receive(message, room, size);
         if (!message.descriptors.empty()) {
-            release_later(std::move(message.descriptors));
+            close_later(std::move(message.descriptors));
         }
         if (!is_good) {
             end_for("it does not keep to the protocol");
@@ -179,6 +193,11 @@ bool connection::receive_oneway(received_message& message, const uint8_t* bytes,
     const uint64_t cost = message_cost(size, descriptors);
     const bool has_bytes = other_->take(resource::oneway_bytes, size);
     const bool has_room = has_bytes && other_->take(resource::descriptors, descriptors);
+    if (!has_room) {
+        close_later(std::move(message.descriptors));
+        message.descriptors.clear();
+        message.lost_descriptors = true;
+    }
     auto data = std::make_unique<Parcel>();
     status_t status = take_parcel(shared_from_this(), objects_, call.parcel, bytes + sizeof call,
                                   size - sizeof call, message, data.get());
@@ -188,33 +207,34 @@ bool connection::receive_oneway(received_message& message, const uint8_t* bytes,
     } else if (status == android::NO_ERROR && target == nullptr) {
         status = android::NAME_NOT_FOUND;
     }
+    const auto self = shared_from_this();
+    auto done = [self, cost, size, descriptors, has_bytes, has_room] {
+        self->tell(self->control_.send(oneway_done_message{kOnewayDone, 0, cost}));
+        self->close_if_idle();
+        self->other_->give_back(resource::oneway_bytes, has_bytes ? size : 0);
+        self->other_->give_back(resource::descriptors, has_room ? descriptors : 0);
+    };
     if (status != android::NO_ERROR) {
+        // At once, so that nothing of what is refused waits for what the other side has blocked.
         note_refusal(*other_, "one-way call", status);
-        release_later(std::move(target));
-        target = nullptr;
+        executor::get().release_later(&control_, nullptr, std::move(data));
+        executor::get().release_later(&control_, nullptr, std::move(target));
+        done();
+        return true;
     }
-    const void* queue = target != nullptr ? static_cast<const void*>(target.get()) : this;
-    executor::get().post(
-        queue, other_,
-        make_job([self = shared_from_this(), object = std::move(target), data = std::move(data),
-                  call, cost, size, descriptors, has_bytes, has_room]() mutable {
-            if (object != nullptr) {
-                warn_without_pool();
-                const calling_identity caller(*self->other_);
-                Parcel unread;
-                object->transact(call.code, *data, &unread, call.flags);
-                object = nullptr;
-            }
-            data = nullptr;
-            self->tell(self->control_.send(oneway_done_message{kOnewayDone, 0, cost}));
-            self->close_if_idle();
-            if (has_bytes) {
-                self->other_->give_back(resource::oneway_bytes, size);
-            }
-            if (has_room) {
-                self->other_->give_back(resource::descriptors, descriptors);
-            }
-        }));
+    const void* queue = target.get();
+    auto serve = [self, call, done, object = std::move(target), data = std::move(data)]() mutable {
+        warn_without_pool();
+        {
+            const calling_identity caller(*self->other_);
+            Parcel unread;
+            object->transact(call.code, *data, &unread, call.flags);
+        }
+        object = nullptr;
+        data = nullptr;
+        done();
+    };
+    executor::get().post(queue, other_, make_job(std::move(serve)));
     return true;
 }
 
@@ -255,14 +275,10 @@ bool connection::receive_channel(received_message& message, size_t size) {
     if (message.descriptors.size() != 1) {
         return false;
     }
-    unique_fd channel = std::move(message.descriptors[0]);
-    if (!served_.serve(shared_from_this(), channel)) {
-        executor::get().post(
-            this, other_, make_job([socket = std::move(channel)] {
-                const plain_message refused = {kRefused, 0};
-                const iovec part = {const_cast<plain_message*>(&refused), sizeof refused};
-                send_message(socket.get(), &part, 1, nullptr, 0, MSG_DONTWAIT);
-            }));
+    if (!served_.serve(shared_from_this(), message.descriptors[0])) {
+        const plain_message refused = {kRefused, 0};
+        const iovec part = {const_cast<plain_message*>(&refused), sizeof refused};
+        send_message(message.descriptors[0].get(), &part, 1, nullptr, 0, MSG_DONTWAIT);
     }
     return true;
 }

@@ -94,6 +94,8 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     bool receive_channel(received_message& message, size_t size);
     void finish();
 
+    void close_later(std::vector<unique_fd>&& descriptors);
+
     // Destroys something that has come from the other side, or was kept for it.
     template <typename Object>
     void release_later(Object&& object) {

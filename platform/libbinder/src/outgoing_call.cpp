@@ -158,7 +158,7 @@ connection::reply_state connection::receive_reply(call_channel& channel, int fla
         fixed.status > 0 || fixed.number <= channel.last_reply ||
         fixed.number > channel.last_call) {
         end_for("a reply of it is malformed");
-        release_later(std::move(message.descriptors));
+        close_later(std::move(message.descriptors));
         return reply_state::ended;
     }
     channel.last_reply = fixed.number;
@@ -180,7 +180,7 @@ connection::reply_state connection::receive_reply(call_channel& channel, int fla
         release_later(std::move(unwanted));
     }
     if (!message.descriptors.empty()) {
-        release_later(std::move(message.descriptors));
+        close_later(std::move(message.descriptors));
     }
     return fixed.number == channel.last_call ? reply_state::answered : reply_state::late;
 }
