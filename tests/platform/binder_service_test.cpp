@@ -252,9 +252,9 @@ TEST_F(BinderTest, ConnectionsThatAreNotUsedAnyMoreAreClosedOnBothSides) {
             ASSERT_EQ(tell(found, kNote, i), android::NO_ERROR);
         }
     }
-    EXPECT_TRUE(eventually([&] { return files_here() == here - 1; }));
+    EXPECT_TRUE(eventually([&] { return files_here() <= here - 1; }));
     probe_object = find("probe");
-    EXPECT_TRUE(eventually([&] { return ask(probe_object, kOpenFiles).number() == there; }));
+    EXPECT_TRUE(eventually([&] { return ask(probe_object, kOpenFiles).number() <= there; }));
     EXPECT_LE(count_entries("task"), threads + 4);
     EXPECT_TRUE(eventually([&] { return alive() <= 0; }));
 }
