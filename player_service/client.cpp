@@ -2,6 +2,9 @@
 #include "player_service/client.h"
 
 #include <cstring>
+#include <unistd.h>
+
+#include <binder/IPCThreadState.h>
 
 #include "player_service/log.h"
 
@@ -24,8 +27,12 @@ constexpr struct {
 
 }  // namespace
 
-// Tells the client when the process of one of its observers has gone. It need not be the client's
-// own process.
+bool is_callers_own(const sp<IZuAvplayerObserver>& observer) {
+    const bool is_here = IInterface::asBinder(observer)->localBinder() != nullptr;
+    return is_here == (IPCThreadState::self()->getCallingPid() == getpid());
+}
+
+// Tells the client when the process of one of its observers has gone.
 class client::observer_watch : public IBinder::DeathRecipient {
   public:
     explicit observer_watch(client* owner) : owner_(owner) {}
@@ -182,7 +189,9 @@ int32_t client::SetShareMemory(const sp<IMemory>& block) {
     // Maps it without the lock: that may take a call to the client.
     shared_block mapped(block);
     if (block != nullptr && mapped.size_bytes() == 0) {
-        LOGW("a client's shared block cannot be mapped");
+        if (!has_told_of_block_.exchange(true)) {
+            LOGW("a client's shared block cannot be mapped");
+        }
         return zu_status(ZU_ERR_NO_BLOCK);
     }
     const std::lock_guard<std::mutex> guard(mutex_);
@@ -213,7 +222,7 @@ int32_t client::RM_Deinit() {
 
 int32_t client::RM_RegisterCallback(void* cookie, const sp<IZuAvplayerObserver>& observer,
                                     uint32_t) {
-    if (observer == nullptr) {
+    if (observer == nullptr || !is_callers_own(observer)) {
         return zu_status(ZU_ERR_INVALID_ARGUMENT);
     }
     {

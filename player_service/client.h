@@ -6,6 +6,7 @@
 // the client's event queue.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -32,6 +33,10 @@ struct window {
     bool enabled = false;
     uint32_t rotation_degrees = 0;
 };
+
+// Whether an observer lives where the present call comes from. Another one would keep what it does
+// not belong to: a client that observes itself would never go.
+bool is_callers_own(const android::sp<android::IZuAvplayerObserver>& observer);
 
 class client : public android::BnZuAvPlayer {
   public:
@@ -127,6 +132,7 @@ class client : public android::BnZuAvPlayer {
     const std::shared_ptr<service_context> context_;
     const std::shared_ptr<event_queue> queue_;
     const android::sp<observer_watch> watch_;
+    std::atomic<bool> has_told_of_block_{false};
 
     mutable std::mutex mutex_;
     // All guarded by mutex_.

@@ -82,6 +82,9 @@ int32_t client::Destroy(uint32_t handle) {
 
 int32_t client::RegisterEvent64(uint32_t handle, int event,
                                 const sp<IZuAvplayerObserver>& observer) {
+    if (observer != nullptr && !is_callers_own(observer)) {
+        return zu_status(ZU_ERR_INVALID_ARGUMENT);
+    }
     return with_player(handle, [&](player& found) {
         const int32_t error = found.observers().set(event, observer);
         if (error == 0 && observer != nullptr) {

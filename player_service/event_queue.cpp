@@ -91,8 +91,8 @@ void event_queue::deliver(const std::shared_ptr<state>& state) {
         waiting_event event = std::move(state->waiting.front());
         state->waiting.pop_front();
         lock.unlock();
-        event.observer->onMessage(event.message, &event.word, sizeof event.word,
-                                  static_cast<int>(event.source));
+        android::send_event(event.observer, event.message, &event.word, sizeof event.word,
+                            static_cast<int>(event.source));
         event.observer.clear();
         lock.lock();
     }

@@ -14,10 +14,9 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// How long a stop that plays to the end may take where the client sets no limit. The input room at
-// the lowest rates is longer; a client waits less than ten seconds for an answer.
-constexpr uint32_t kDrainLimitMs = 3000;
-constexpr uint32_t kMaxDrainLimitMs = 8000;
+// How long a stop that plays to the end may take at most, and where the client sets no limit. The
+// input room at the lowest rates is longer; a client waits three seconds for an answer.
+constexpr uint32_t kMaxDrainMs = 2500;
 
 constexpr decoder_config kDefaultDecoder = {ZU_ADEC_PCM, {2, 48000}};
 
@@ -170,9 +169,9 @@ int32_t player::stop(int channel, const zu_stop_option* option) {
     }
     if (option != nullptr && option->mode != 0 && state_ == player_state::running) {
         const std::shared_ptr<stream_run> run = run_;
-        const uint32_t wanted_ms = option->timeout_ms == 0 ? kDrainLimitMs : option->timeout_ms;
+        const uint32_t wanted_ms = option->timeout_ms == 0 ? kMaxDrainMs : option->timeout_ms;
         lock.unlock();
-        run->drain(milliseconds(std::min(wanted_ms, kMaxDrainLimitMs)));
+        run->drain(milliseconds(std::min(wanted_ms, kMaxDrainMs)));
         lock.lock();
         if (run != run_) {
             return 0;  // Stopped by another thread meanwhile.

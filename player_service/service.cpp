@@ -1,5 +1,7 @@
 #include "player_service/service.h"
 
+#include <utility>
+
 #include "player_service/log.h"
 
 namespace player_service {
@@ -23,9 +25,12 @@ sp<IZuAvPlayer> service::getPlayer() {
     }
     clients_ = std::move(alive);
     if (clients_.size() >= kMostClients) {
-        LOGE("a client is refused: there are %zu already", clients_.size());
+        if (!std::exchange(is_full_, true)) {
+            LOGE("a client is refused: there are %zu already", clients_.size());
+        }
         return nullptr;
     }
+    is_full_ = false;
     const sp<client> made = new client(context_);
     clients_.push_back(made);
     return made;

@@ -29,6 +29,7 @@ class service : public android::BnZuAvPlayerService {
     std::mutex mutex_;
     // Guarded by mutex_.
     bool retired_ = false;
+    bool is_full_ = false;  // and that has been said
     std::vector<android::wp<client>> clients_;
 };
 

@@ -23,6 +23,7 @@ corvex_test(binder_test
     ${CMAKE_CURRENT_LIST_DIR}/binder_wire_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/../support/child_process.cpp
     ${CMAKE_CURRENT_LIST_DIR}/../support/log_recorder.cpp
+    ${PROJECT_SOURCE_DIR}/platform/libbinder/src/message.cpp
   LINK corvex::binder android::log Threads::Threads)
 target_compile_definitions(binder_test
   PRIVATE BINDER_PROBE_SERVICE="$<TARGET_PROPERTY:binder_probe_service,CORVEX_PROGRAM>")

@@ -1,12 +1,12 @@
 // Tests with services in a folder of their own, and in processes of their own.
 #pragma once
 
-#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
+#include <unistd.h>
 
 #include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
@@ -57,9 +57,29 @@ class BinderTest : public testing::Test {
         return android::defaultServiceManager()->addService(android::String16(name), object);
     }
 
-    static bool lists(const char* name) {
-        const auto names = android::defaultServiceManager()->listServices();
-        return std::count(names.begin(), names.end(), android::String16(name)) == 1;
+    // A parcel of 256 KiB travels, and no larger one, in either direction.
+    static void expect_parcel_limit(const android::sp<android::IBinder>& object) {
+        constexpr int32_t most = 256 * 1024;
+        for (const int32_t bytes : {0, 4, 65536, most}) {
+            const answer large = ask(object, kReplyBytes, bytes);
+            EXPECT_EQ(large.status, android::NO_ERROR) << bytes;
+            EXPECT_EQ(large.parcel->dataSize(), static_cast<size_t>(bytes));
+        }
+        EXPECT_EQ(ask(object, kReplyBytes, most + 4).status, android::FAILED_TRANSACTION);
+        android::Parcel reply;
+        android::Parcel largest;
+        largest.writeInplace(most);
+        EXPECT_EQ(object->transact(kUnblock, largest, &reply), android::NO_ERROR);
+        largest.setDataPosition(most);
+        largest.writeInt32(0);
+        EXPECT_EQ(object->transact(kUnblock, largest, &reply), android::FAILED_TRANSACTION);
+        EXPECT_EQ(reply.errorCheck(), android::FAILED_TRANSACTION);
+        android::Parcel too_many;
+        for (int i = 0; i < 65; ++i) {
+            too_many.writeDupFileDescriptor(STDIN_FILENO);
+        }
+        EXPECT_EQ(object->transact(kUnblock, too_many, &reply), android::FAILED_TRANSACTION);
+        EXPECT_EQ(ask(object, kEcho, 1, "x").number(), 1);
     }
     // Probes in this process that this test has made; less where one of an earlier test has gone.
     int alive() const { return probe::alive() - alive_before_; }

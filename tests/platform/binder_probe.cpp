@@ -1,12 +1,15 @@
 #include "tests/platform/binder_probe.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <fstream>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 
@@ -27,10 +30,25 @@ std::atomic<int> probes_alive{0};
 
 constexpr std::chrono::seconds kPatience(60);
 
-// Answers like a heap, with a descriptor that cannot be trusted.
-class forged_heap : public android::BBinder {
+// Takes away what a new thread, or a new descriptor, needs; or gives it back.
+void starve(int32_t what) {
+    const auto limit = [](auto which, rlim_t most) {
+        rlimit now = {};
+        getrlimit(which, &now);
+        now.rlim_cur = std::min(most, now.rlim_max);
+        setrlimit(which, &now);
+    };
+    size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlim_t used = pages * static_cast<size_t>(getpagesize());
+    limit(RLIMIT_AS, what == kNoThreads ? used + (512 << 10) : RLIM_INFINITY);
+    limit(RLIMIT_NOFILE, what == kNoDescriptors ? 1 : RLIM_INFINITY);
+}
+
+// Answers like a memory, with a descriptor that cannot be trusted.
+class forged_memory : public android::BBinder {
   public:
-    explicit forged_heap(heap_forgery forgery) : forgery_(forgery) {}
+    explicit forged_memory(heap_forgery forgery) : forgery_(forgery) {}
 
   protected:
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
@@ -47,7 +65,7 @@ class forged_heap : public android::BBinder {
         if (ftruncate(fd, forgery_ == kShortMemfd ? size / 2 : size) != 0) {
             return android::UNKNOWN_ERROR;
         }
-        if (forgery_ == kShortMemfd) {
+        if (forgery_ >= kShortMemfd) {
             fcntl(fd, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW);
         }
         if (forgery_ == kNoDescriptor) {
@@ -58,7 +76,8 @@ class forged_heap : public android::BBinder {
         }
         reply->writeUint64(size);
         reply->writeUint32(0);
-        return reply->writeUint32(0);
+        reply->writeInt64(forgery_ == kOutsideHeap ? 4096 : 0);
+        return reply->writeUint64(size);
     }
 
   private:
@@ -131,7 +150,8 @@ status_t probe::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uin
         }
         case kNotes: {
             const std::lock_guard<std::mutex> lock(mutex_);
-            reply->writeInt32Vector(notes_);
+            reply->writeInt32(static_cast<int32_t>(notes_.size()));
+            reply->writeBool(std::is_sorted(notes_.begin(), notes_.end()));
             return reply->writeBool(noted_at_once_);
         }
         case kDie:
@@ -148,6 +168,9 @@ status_t probe::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uin
         case kOpenFiles:
             reply->writeInt32(count_entries("fd"));
             return reply->writeInt32(count_entries("task"));
+        case kStarve:
+            starve(data.readInt32());
+            return android::NO_ERROR;
         case kReplyBytes: {
             const std::vector<uint8_t> bytes(static_cast<size_t>(data.readInt32()), 0x5a);
             return reply->write(bytes.data(), bytes.size());
@@ -159,6 +182,7 @@ status_t probe::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uin
         case kKeep:
         case kDrop:
         case kKept:
+        case kAskKept:
         case kIsKept:
         case kIsMe:
         case kMakeObject:
@@ -193,6 +217,8 @@ status_t probe::serve_objects(uint32_t code, const Parcel& data, Parcel* reply) 
             return android::NO_ERROR;
         case kKept:
             return reply->writeStrongBinder(kept());
+        case kAskKept:
+            return ask(kept(), kEcho, 0, "").status;
         case kIsKept:
             return reply->writeBool(data.readStrongBinder() == kept());
         case kIsMe:
@@ -225,7 +251,7 @@ status_t probe::serve_objects(uint32_t code, const Parcel& data, Parcel* reply) 
 
 status_t probe::serve_memory(uint32_t code, const Parcel& data, Parcel* reply) {
     if (code == kForgeHeap) {
-        return reply->writeStrongBinder(new forged_heap(heap_forgery{data.readInt32()}));
+        return reply->writeStrongBinder(new forged_memory(heap_forgery{data.readInt32()}));
     }
     if (code == kMakeMemory) {
         const auto size = static_cast<size_t>(data.readInt32());

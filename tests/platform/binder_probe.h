@@ -15,10 +15,11 @@
 enum probe_code : uint32_t {
     kEcho = android::IBinder::FIRST_CALL_TRANSACTION,  // int32, string -> the same
     kFail,                                             // int32 status -> that status
-    kCaller,                                           // -> pid, uid, strict mode policy
+    kCaller,                                           // -> pid, uid
     kKeep,                                             // object ->; keeps it
     kDrop,                                             // ->; lets go of it
     kKept,                                             // -> the object that it keeps
+    kAskKept,     // -> what kEcho of the object that it keeps answers
     kIsKept,      // object -> whether it is that which it keeps
     kIsMe,        // object -> whether it is the probe itself
     kMakeObject,  // -> a new probe
@@ -35,13 +36,22 @@ enum probe_code : uint32_t {
     kDeaths,      // -> how many of those were told
     kFillHeap,    // memory, byte -> how many bytes; fills it
     kMakeMemory,  // size, flags -> a memory of a new heap, filled with 0x5a
-    kForgeHeap,   // heap_forgery -> something that claims to be a heap
+    kForgeHeap,   // heap_forgery -> something that claims to be a memory
     kReadDescriptor,  // descriptor -> the string that can be read from it
     kOpenFiles,       // -> how many descriptors the process has, how many threads
     kReplyBytes,      // size -> so many bytes
+    kStarve,          // shortage ->
 };
 
-enum heap_forgery : int32_t { kRegularFile, kUnsealedMemfd, kShortMemfd, kNoDescriptor };
+enum heap_forgery : int32_t {
+    kRegularFile,
+    kUnsealedMemfd,
+    kShortMemfd,
+    kOutsideHeap,
+    kNoDescriptor
+};
+
+enum shortage : int32_t { kNoShortage, kNoThreads, kNoDescriptors };
 
 // Counts the deaths it is told.
 class death_counter : public android::IBinder::DeathRecipient {

@@ -1,5 +1,6 @@
 // A process that offers probes under the names it is given, until it is killed; with --use before a
-// name it does all it can with that service instead.
+// name it does all it can with that service instead, with --watched it only gives it an object that is
+// watched.
 
 #include <cstdio>
 
@@ -26,11 +27,25 @@ namespace {
 
 int main(int argc, char** argv) {
     die_with_parent();
-    if (argc == 3 && std::string(argv[1]) == "--use") {
+    if (argc == 3 && std::string(argv[1]).rfind("--", 0) == 0) {
         const auto service =
             android::defaultServiceManager()->getService(android::String16(argv[2]));
+        if (service == nullptr) {
+            return 1;
+        }
+        const bool is_watched = std::string(argv[1]) == "--watched";
+        const android::sp<android::IBinder> mine = new probe;
+        android::sp<android::IBinder> theirs;
+        if (is_watched) {
+            theirs = ask(service, kMakeObject).object();
+            ask(service, kKeep, mine);
+            ask(service, kWatch, mine);
+        }
         std::puts("ready");
         std::fflush(stdout);
+        if (is_watched) {
+            android::IPCThreadState::self()->joinThreadPool();
+        }
         use(service);
     }
     for (int i = 1; i < argc; ++i) {

@@ -1,54 +1,22 @@
-// What a service does with a socket that does not keep to the protocol.
+// What a service does with a process that does not keep to the protocol, or takes more than is its.
 
-#include <cstring>
 #include <fcntl.h>
-#include <functional>
-#include <poll.h>
-#include <sys/socket.h>
+#include <netinet/in.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/libbinder/src/wire.h"
 #include "tests/platform/binder_fixture.h"
+#include "tests/platform/binder_raw_client.h"
 
 using namespace corvex_binder;
 
 namespace {
 
-using bytes = std::vector<uint8_t>;
-
-template <typename... Parts>
-bytes join(const Parts&... parts) {
+bytes objects(const std::vector<wire_object>& list, size_t data_bytes) {
     bytes all;
-    const auto add = [&all](const auto& part) {
-        if constexpr (std::is_same_v<std::decay_t<decltype(part)>, bytes>) {
-            all.insert(all.end(), part.begin(), part.end());
-        } else {
-            const auto* from = reinterpret_cast<const uint8_t*>(&part);
-            all.insert(all.end(), from, from + sizeof part);
-        }
-    };
-    (add(parts), ...);
-    return all;
-}
-
-template <typename... Parts>
-bytes frame(uint16_t type, uint16_t descriptors, const Parts&... parts) {
-    const bytes payload = join(parts...);
-    return join(frame_header{static_cast<uint32_t>(payload.size()), type, descriptors}, payload);
-}
-
-bytes hello(const char* magic = kWireMagic, uint32_t version = kWireVersion) {
-    hello_payload payload = {};
-    memcpy(payload.magic, magic, sizeof payload.magic);
-    payload.version = version;
-    memcpy(payload.process, "a process of its", sizeof payload.process);
-    return frame(kHelloFrame, 0, payload);
-}
-
-bytes objects(const std::vector<wire_object>& list, uint32_t data_bytes) {
-    bytes all = join(parcel_header{data_bytes, static_cast<uint32_t>(list.size())});
     for (const wire_object& object : list) {
         all = join(all, object);
     }
@@ -56,116 +24,93 @@ bytes objects(const std::vector<wire_object>& list, uint32_t data_bytes) {
     return all;
 }
 
-// A call to the registry with such a parcel.
-bytes call(const bytes& parcel, uint16_t descriptors = 0, uint64_t target = 0) {
-    return frame(kCallFrame, descriptors, call_payload{1, target, 2, 0}, parcel);
+// A call of the service with such a parcel.
+bytes call(parcel_header header, const bytes& parcel, uint64_t target = kServiceObject,
+           uint32_t code = kUnblock) {
+    return join(call_message{kCall, code, 1, target, 0, 0, header}, parcel);
 }
 
-class raw_client {
+bytes oneway(uint32_t code, parcel_header header = {0, 0}, const bytes& parcel = {}) {
+    return join(call_message{kOnewayCall, code, 0, kServiceObject, 1, 0, header}, parcel);
+}
+
+int32_t status_of(const bytes& reply) {
+    reply_message fixed = {};
+    return reply.size() >= sizeof fixed && (memcpy(&fixed, reply.data(), sizeof fixed), true) &&
+                   fixed.type == kReply
+               ? fixed.status
+               : 1;
+}
+
+// Another process, which does something and then stays until this object goes, with what `work`
+// has answered.
+class forked_client {
   public:
-    explicit raw_client(const std::string& path)
-        : socket_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        EXPECT_EQ(connect(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    }
-
-    // False where the other end has closed.
-    bool send(const bytes& what, int descriptors = 0) {
-        iovec part = {const_cast<uint8_t*>(what.data()), what.size()};
-        msghdr message = {};
-        message.msg_iov = &part;
-        message.msg_iovlen = 1;
-        alignas(cmsghdr) char control[CMSG_SPACE(250 * sizeof(int))] = {};
-        if (descriptors > 0) {
-            const size_t size = static_cast<size_t>(descriptors) * sizeof(int);
-            message.msg_control = control;
-            message.msg_controllen = CMSG_SPACE(size);
-            cmsghdr* header = CMSG_FIRSTHDR(&message);
-            header->cmsg_level = SOL_SOCKET;
-            header->cmsg_type = SCM_RIGHTS;
-            header->cmsg_len = CMSG_LEN(size);
-            const std::vector<int> numbers(static_cast<size_t>(descriptors), STDERR_FILENO);
-            memcpy(CMSG_DATA(header), numbers.data(), size);
+    template <typename Work>
+    explicit forked_client(Work work) {
+        int done[2];
+        EXPECT_EQ(pipe2(done, O_CLOEXEC), 0);
+        pid_ = fork();
+        if (pid_ == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
+            [[maybe_unused]] const auto kept = work();
+            static_cast<void>(write(done[1], "!", 1) == 1 && pause());
+            _exit(0);
         }
-        return sendmsg(socket_.get(), &message, MSG_NOSIGNAL) == static_cast<ssize_t>(what.size());
+        close(done[1]);
+        char byte = 0;
+        EXPECT_EQ(read(done[0], &byte, 1), 1);
+        close(done[0]);
     }
-
-    // The next frame's payload; empty where the other end has closed instead.
-    bytes receive(uint16_t* type = nullptr) {
-        frame_header header = {};
-        if (!read_all(&header, sizeof header)) {
-            return {};
-        }
-        if (type != nullptr) {
-            *type = header.type;
-        }
-        bytes payload(header.payload_bytes);
-        return read_all(payload.data(), payload.size()) ? payload : bytes();
+    ~forked_client() {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
     }
-    bool is_closed() {
-        while (!receive().empty()) {
-        }
-        return true;
-    }
-    void hang_up() { socket_.reset(); }
 
   private:
-    bool read_all(void* to, size_t size) {
-        for (size_t got = 0; got < size;) {
-            pollfd readable = {socket_.get(), POLLIN, 0};
-            EXPECT_EQ(poll(&readable, 1, 60000), 1) << "neither closed nor answered";
-            const ssize_t more =
-                recv(socket_.get(), static_cast<char*>(to) + got, size - got, MSG_DONTWAIT);
-            if (more <= 0) {
-                return false;
-            }
-            got += static_cast<size_t>(more);
-        }
-        return true;
-    }
-
-    unique_fd socket_;
+    pid_t pid_ = -1;
 };
 
 }  // namespace
 
 TEST_F(BinderRemoteTest, ConnectionThatBreaksTheProtocolIsClosedAndOthersGoOn) {
-    const bytes empty = objects({}, 0);
     const struct {
         const char* name;
-        bytes first;
-        bytes second;
+        bool greets;
+        bytes message;
     } kRows[] = {
-        {"no hello", call(empty), {}},
-        {"another magic", hello("CorvexC\n"), {}},
-        {"another version", hello(kWireMagic, 2), {}},
-        {"short hello", frame(kHelloFrame, 0, uint64_t{1}), {}},
-        {"second hello", hello(), hello()},
-        {"frame of 4 GiB", hello(), join(frame_header{UINT32_MAX, kCallFrame, 0})},
-        {"frame of one byte too many", hello(),
-         join(frame_header{kMaxPayloadBytes + 1, kCallFrame, 0})},
-        {"unknown type 0", hello(), frame(0, 0, empty)},
-        {"unknown type 7", hello(), frame(7, 0, empty)},
-        {"descriptors that are not there", hello(), call(empty, 3)},
-        {"more descriptors than may be", hello(), call(empty, 65)},
-        {"short call", hello(), frame(kCallFrame, 0, uint64_t{1})},
-        {"one-way call with a number", hello(),
-         frame(kCallFrame, 0, call_payload{5, 0, 2, 1}, empty)},
-        {"call without a number", hello(), frame(kCallFrame, 0, call_payload{0, 0, 2, 0}, empty)},
-        {"short reply", hello(), frame(kReplyFrame, 0, uint64_t{1})},
-        {"reply of a status that is none", hello(), frame(kReplyFrame, 0, reply_payload{1, 1, 0})},
-        {"release of what was not sent", hello(), frame(kReleaseFrame, 0, release_payload{1, 1})},
-        {"short release", hello(), frame(kReleaseFrame, 0, uint64_t{1})},
-        {"thanks for nothing", hello(), frame(kOnewayDoneFrame, 0, oneway_done_payload{1})},
-        {"short death", hello(), frame(kObjectDiedFrame, 0, uint32_t{1})},
+        {"no hello", false, oneway(kNote)},
+        {"another magic", false, hello("CorvexC\n")},
+        {"another version", false, hello(kWireMagic, 1)},
+        {"short hello", false, join(uint32_t{kHello})},
+        {"second hello", true, hello()},
+        {"less than a type", true, {1, 0}},
+        {"unknown type 0", true, join(plain_message{0, 0})},
+        {"unknown type 9", true, join(plain_message{9, 0})},
+        {"longer than any message", true, bytes(kMaxMessageBytes + 1, 2)},
+        {"call on the control socket", true, call({0, 0}, {})},
+        {"short call", true, join(plain_message{kOnewayCall, 0})},
+        {"one-way call with a number", true,
+         join(call_message{kOnewayCall, 1, 5, kServiceObject, 1, 0, {0, 0}})},
+        {"one-way call that is none", true,
+         join(call_message{kOnewayCall, 1, 0, kServiceObject, 0, 0, {0, 0}})},
+        {"short release", true, join(plain_message{kRelease, 0})},
+        {"release of what was not sent", true, join(release_message{kRelease, 0, 7, 1, 0})},
+        {"release of the service", true, join(release_message{kRelease, 0, kServiceObject, 1, 0})},
+        {"short one-way done", true, join(plain_message{kOnewayDone, 0})},
+        {"thanks for nothing", true, join(oneway_done_message{kOnewayDone, 0, 1})},
+        {"channel without a descriptor", true, join(plain_message{kChannel, 0})},
+        {"channel that says more", true, join(release_message{kChannel, 0, 0, 0, 0})},
     };
     const int files = ask(probe_, kOpenFiles).number();
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.name);
-        raw_client client(folder() + "/probe");
-        client.send(join(row.first, row.second));
+        raw_socket client(folder() + "/probe");
+        if (row.greets) {
+            client = raw_socket::greeted(folder() + "/probe");
+        }
+        make_room_for_messages(client.fd());
+        ASSERT_TRUE(client.send(row.message));
         EXPECT_TRUE(client.is_closed());
         EXPECT_EQ(ask(probe_, kEcho, 1, "").number(), 1);
     }
@@ -179,82 +124,163 @@ TEST_F(BinderRemoteTest, ParcelThatDoesNotHoldTogetherIsBadValueAndTheConnection
         bytes call;
         int descriptors;
     } kRows[] = {
-        {"no parcel", frame(kCallFrame, 0, call_payload{1, 0, 2, 0}), 0},
-        {"less data than said", call(join(parcel_header{8, 0}, uint32_t{0})), 0},
-        {"more data than said", call(join(parcel_header{0, 0}, uint32_t{0})), 0},
-        {"more objects than said", call(join(parcel_header{0, 0}, first)), 0},
-        {"objects whose bytes wrap", call(join(parcel_header{16, 0x10000000}, first)), 0},
-        {"object behind the end", call(objects({{4, kSendersObject, 1}}, 24)), 0},
-        {"object far behind the end", call(objects({{UINT32_MAX, kSendersObject, 1}}, 24)), 0},
-        {"objects that overlap", call(objects({first, {20, kSendersObject, 2}}, 64)), 0},
-        {"objects out of order", call(objects({{24, kSendersObject, 2}, first}, 64)), 0},
-        {"object of no kind", call(objects({{0, 0, 1}}, 24)), 0},
-        {"object of an unknown kind", call(objects({{0, 4, 1}}, 24)), 0},
-        {"object that we have not sent", call(objects({{0, kReceiversObject, 77}}, 24)), 0},
-        {"the registry as an object", call(objects({{0, kSendersObject, 0}}, 24)), 0},
-        {"descriptor that is not there", call(objects({{0, kDescriptor, 0}}, 24)), 0},
-        {"descriptor that is not used", call(objects({}, 24), 1), 1},
-        {"call of an object that we have not sent", call(objects({}, 0), 0, 77), 0},
-        {"call of that with objects", call(objects({first}, 24), 0, 77), 0},
-        {"no name", call(objects({}, 0)), 0},
+        {"less data than said", call({8, 0}, objects({}, 4)), 0},
+        {"more data than said", call({0, 0}, objects({}, 4)), 0},
+        {"more objects than said", call({0, 0}, objects({first}, 0)), 0},
+        {"objects whose bytes wrap", call({16, 0x10000000}, objects({first}, 0)), 0},
+        {"object behind the end", call({24, 1}, objects({{4, kSendersObject, 1}}, 24)), 0},
+        {"object far behind", call({24, 1}, objects({{UINT32_MAX, kSendersObject, 1}}, 24)), 0},
+        {"objects that overlap", call({64, 2}, objects({first, {20, kSendersObject, 2}}, 64)), 0},
+        {"objects out of order", call({64, 2}, objects({{24, kSendersObject, 2}, first}, 64)), 0},
+        {"object of no kind", call({24, 1}, objects({{0, 0, 1}}, 24)), 0},
+        {"object of an unknown kind", call({24, 1}, objects({{0, 4, 1}}, 24)), 0},
+        {"object that we have not sent", call({24, 1}, objects({{0, kReceiversObject, 7}}, 24)), 0},
+        {"no object", call({24, 1}, objects({{0, kSendersObject, 0}}, 24)), 0},
+        {"descriptor that is not there", call({24, 1}, objects({{0, kDescriptor, 0}}, 24)), 0},
+        {"descriptor that is not used", call({24, 0}, objects({}, 24)), 1},
+        {"call of an object that we have not sent", call({0, 0}, {}, 77), 0},
+        {"call of that with objects", call({24, 1}, objects({first}, 24), 77), 0},
     };
     const int files = ask(probe_, kOpenFiles).number();
     {
-        raw_client client(folder() + "/probe");
-        client.send(hello());
-        EXPECT_EQ(client.receive().size(), sizeof(hello_payload));
+        raw_socket client = raw_socket::greeted(folder() + "/probe");
+        raw_socket channel = client.make_channel();
         for (const auto& row : kRows) {
             SCOPED_TRACE(row.name);
-            ASSERT_TRUE(client.send(row.call, row.descriptors));
-            uint16_t type = 0;
-            bytes answer = client.receive(&type);
-            // Among what it gives back of the objects that it was sent.
-            while (!answer.empty() && type != kReplyFrame) {
-                answer = client.receive(&type);
-            }
-            reply_payload reply = {};
-            ASSERT_GE(answer.size(), sizeof reply);
-            memcpy(&reply, answer.data(), sizeof reply);
-            EXPECT_EQ(reply.status, android::BAD_VALUE);
+            const std::vector<int> given(static_cast<size_t>(row.descriptors), STDERR_FILENO);
+            ASSERT_TRUE(channel.send(row.call, given));
+            EXPECT_EQ(status_of(channel.receive()), android::BAD_VALUE);
         }
-    }
-    EXPECT_TRUE(eventually([&] { return ask(probe_, kOpenFiles).number() == files; }));
-}
-
-TEST_F(BinderRemoteTest, MoreReleasesThanThereWereReferencesEndTheConnection) {
-    raw_client client(folder() + "/probe");
-    const bytes named = join(parcel_header{16, 0}, int32_t{5}, u"probe");
-    client.send(join(hello(), call(named)));
-    EXPECT_EQ(client.receive().size(), sizeof(hello_payload));
-    EXPECT_GT(client.receive().size(), sizeof(reply_payload) + sizeof(wire_object));
-    client.send(frame(kReleaseFrame, 0, release_payload{1, 2}));
-    EXPECT_TRUE(client.is_closed());
-    EXPECT_EQ(ask(probe_, kEcho, 1, "").number(), 1);
-}
-
-TEST_F(BinderRemoteTest, FloodsAndHalvesOfFramesLeaveNothingBehind) {
-    const int files = ask(probe_, kOpenFiles).number();
-    for (const int flood : {1, 64, 200}) {
-        raw_client client(folder() + "/probe");
-        client.send(hello());
-        EXPECT_FALSE(client.receive().empty());
-        // Descriptors with every byte of a frame that never ends.
-        const bytes header = join(frame_header{1000, kCallFrame, 1});
-        for (int i = 0; i < 200 && client.send({header[static_cast<size_t>(i) % 8]}, flood); ++i) {
-        }
+        ASSERT_TRUE(channel.send(call({0, 0}, {})));
+        EXPECT_EQ(status_of(channel.receive()), android::NO_ERROR);
+        // What is no call at all ends the connection.
+        ASSERT_TRUE(channel.send(join(reply_message{kReply, 0, 1, {0, 0}})));
         EXPECT_TRUE(client.is_closed());
     }
-    raw_client stray(folder() + "/probe");
-    stray.send(hello(), 1);
-    EXPECT_TRUE(stray.is_closed());
-    stray.hang_up();
-    const bytes whole = join(hello(), call(objects({{0, kDescriptor, 0}}, 24), 1));
-    for (size_t length = 1; length < whole.size(); ++length) {
-        raw_client client(folder() + "/probe");
-        client.send(bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(length)));
-    }
-    EXPECT_EQ(ask(probe_, kEcho, 1, "").number(), 1);
     EXPECT_TRUE(eventually([&] { return ask(probe_, kOpenFiles).number() == files; }));
+}
+
+// Closing what it has passed may take long, and it may not be what it is said to be.
+TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
+    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in here = {};
+    here.sin_family = AF_INET;
+    here.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof here;
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&here), size), 0);
+    ASSERT_EQ(listen(listener, 8), 0);
+    getsockname(listener, reinterpret_cast<sockaddr*>(&here), &size);
+    // A process of its own: who closes last waits, except a process that dies.
+    service_.pause();
+    auto sender = std::make_unique<forked_client>([&] {
+        raw_socket client(folder() + "/probe");
+        client.send(hello());
+        for (int i = 0; i < 4; ++i) {
+            const int lingering = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            static_cast<void>(connect(lingering, reinterpret_cast<sockaddr*>(&here), size));
+            // Nobody takes what waits in it.
+            const bytes much(4 << 20);
+            static_cast<void>(::send(lingering, much.data(), much.size(), MSG_DONTWAIT));
+            const linger patience = {1, 40};
+            setsockopt(lingering, SOL_SOCKET, SO_LINGER, &patience, sizeof patience);
+            client.send(oneway(kNote), {lingering});
+        }
+        return client;
+    });
+    sender.reset();
+    service_.send(SIGCONT);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(ask(probe_, kEcho, 1, "").number(), 1);
+    EXPECT_EQ(tell(probe_, kNote, 1), android::NO_ERROR);
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kNotes).number() == 1; }));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    raw_socket client = raw_socket::greeted(folder() + "/probe");
+    EXPECT_TRUE(client.send(join(plain_message{kChannel, 0}), {listener}));
+    EXPECT_TRUE(client.is_closed());
+    close(listener);
+}
+
+// One process has all the calls waiting, one-way calls blocked and connections made that it may.
+TEST_F(BinderRemoteTest, ProcessThatTakesAllItCanLeavesEnoughForOthers) {
+    const forked_client greedy([this] {
+        std::vector<raw_socket> kept;
+        for (int i = 0; i < 20; ++i) {
+            raw_socket client(folder() + "/probe");
+            client.send(hello());
+            client.receive();
+            for (int j = 0; j < 8; ++j) {
+                kept.push_back(client.make_channel());
+                kept.back().send(call({0, 0}, {}, kServiceObject, i == 0 ? kMakeObject : kBlock));
+                wire_object made = {};
+                if (i == 0) {
+                    const bytes reply = kept.back().receive();
+                    memcpy(&made, reply.data() + sizeof(reply_message), sizeof made);
+                    client.send(join(call_message{kOnewayCall, kBlock, 0, made.object, 1, 0, {}}));
+                }
+            }
+            kept.push_back(std::move(client));
+        }
+        return kept;
+    });
+    EXPECT_EQ(ask(probe_, kEcho, 7, "").number(), 7);
+    EXPECT_EQ(ask(probe_, kNest, 20, android::sp<android::IBinder>(new probe)).number(), 20);
+    const auto made = ask(probe_, kMakeObject).object();
+    EXPECT_EQ(tell(made, kNote, 1), android::NO_ERROR);
+    EXPECT_TRUE(eventually([&] { return ask(made, kNotes).number() == 1; }));
+    const child_process another(probe_service, {"--watched", "probe"});
+}
+
+// It sends what it may not, as fast as it can: a few lines say so, and the service goes on.
+TEST_F(BinderTest, FloodsFillNeitherTheLogNorTheProcess) {
+    const android::sp<android::IBinder> mine = new probe;
+    ASSERT_EQ(add("mine", mine), android::NO_ERROR);
+    const int files = count_entries("fd");
+    {
+        const forked_client flooding([this] {
+            const std::string path = folder() + "/mine";
+            for (int i = 0; i < 300; ++i) {
+                raw_socket client(path);
+                client.send(hello());
+                for (int j = 0; j < 20; ++j) {
+                    client.send(oneway(kNote, {24, 1}, objects({{0, kReceiversObject, 7}}, 24)));
+                    client.send(oneway(kNote), std::vector<int>(60, STDERR_FILENO));
+                }
+                client.send(join(plain_message{9, 0}));
+                client.is_closed();
+            }
+            return 0;
+        });
+    }
+    EXPECT_TRUE(eventually([&] { return count_entries("fd") <= files; }));
+    EXPECT_GE(log_.lines().size(), 2U);
+    EXPECT_LE(log_.lines().size(), 16U);
+    EXPECT_EQ(log_.count_containing("does not keep to the protocol (100 times so far)"), 1);
+    const child_process client(probe_service, {"--watched", "mine"});
+}
+
+TEST_F(BinderTest, ProcessWithoutThreadsOrDescriptorsRefusesCallsAtOnce) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizers' own memory does not fit the limits";
+#endif
+    for (const int what : {kNoThreads, kNoDescriptors}) {
+        SCOPED_TRACE(what);
+        const child_process service(probe_service, {"probe"});
+        const auto object = find("probe");
+        ASSERT_EQ(ask(object, kStarve, what).status, android::NO_ERROR);
+        // Its one channel is in use, sooner or later by this.
+        std::thread blocked([&] {
+            while (ask(object, kBlock).status == android::FAILED_TRANSACTION) {
+            }
+        });
+        EXPECT_TRUE(eventually(
+            [&] { return ask(object, kEcho, 1, "").status == android::FAILED_TRANSACTION; }));
+        EXPECT_GE(log_.count_containing("refuses a call"), 1);
+        tell(object, kStarve, kNoShortage);
+        tell(object, kUnblock);
+        blocked.join();
+        EXPECT_EQ(ask(object, kEcho, 1, "").number(), 1);
+        log_.clear();
+    }
 }
 
 TEST_F(BinderTest, OtherUsersAreNotLetIn) {
@@ -268,12 +294,13 @@ TEST_F(BinderTest, OtherUsersAreNotLetIn) {
     }
     std::thread other([this] {
         ASSERT_EQ(syscall(SYS_setresuid, 12345, 12345, 12345), 0);
-        raw_client client(folder() + "/private");
+        raw_socket client(folder() + "/private");
         client.send(hello());
         EXPECT_TRUE(client.receive().empty());
     });
     other.join();
-    EXPECT_EQ(log_.count_containing("of user 12345 is not let in"), 1);
+    EXPECT_TRUE(
+        eventually([&] { return log_.count_containing("of user 12345 is not let in") == 1; }));
     chmod("services", 0700);
     await("private");
 }

@@ -86,6 +86,18 @@ TEST_P(Events, OfPlayersReachTheirCallbackWithTheHandleAndTheData) {
     EXPECT_EQ(events.next(), "first 41 7 event");
 }
 
+TEST_P(Events, ThatAreTooLargeAreToldInTheLogAndNotDelivered) {
+    ZUAVPLAYER_RegisterEvent64(handle_, 41, 3, as_pointer(second_callback));
+    const android::sp<android::IZuAvplayerObserver> observer = new android::AVObserver;
+    std::vector<char> data(android::kZuAvPlayerMaxBlockBytes + 1);
+    android::send_event(observer, 7, data.data(), static_cast<uint32_t>(data.size()), 0);
+    EXPECT_EQ(log_.count_containing("event 7 with 261121 bytes of data is not delivered"), 1);
+    ask_for(ask_large_event);
+    ask_for(ask_player_event);
+    EXPECT_EQ(events.next(), "second 41 7");
+    EXPECT_TRUE(events.empty());
+}
+
 TEST_P(Events, OfAllPlayersGoToTheSecondCallbackOnceThereIsOne) {
     ZUAVPLAYER_RegisterEvent64(handle_, 41, 3, as_pointer(first_callback));
     ZUAVPLAYER_RegisterEvent64(handle_, 42, 4, as_pointer(second_callback));

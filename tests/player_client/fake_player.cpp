@@ -277,12 +277,18 @@ class fake_player : public android::BnZuAvPlayer {
         switch (value) {
             case ask_player_event: {
                 char words[] = "event";
-                for_events->onMessage(7, words, sizeof words, 0);
+                android::send_event(for_events, 7, words, sizeof words, 0);
+                break;
+            }
+            case ask_large_event: {
+                std::string data(android::kZuAvPlayerMaxBlockBytes + 1, 'x');
+                android::send_event(for_events, 7, data.data(), static_cast<uint32_t>(data.size()),
+                                    0);
                 break;
             }
             case ask_rm_event: {
                 uint32_t word = 0x12345678;
-                for_rm->onMessage(8, &word, sizeof word, 1);
+                android::send_event(for_rm, 8, &word, sizeof word, 1);
                 break;
             }
             case ask_stamp_block:

@@ -26,6 +26,7 @@ constexpr uint8_t out_byte(size_t place) {
 enum ask : int {
     ask_nothing = 0,
     ask_player_event,  // message 7 with the text "event" to the observer of RegisterEvent64
+    ask_large_event,   // the same with more data than an event may have
     ask_rm_event,      // message 8 with the word 0x12345678 to the observer of RM_RegisterCallback
     ask_stamp_block,   // fills the shared block with 0x5A
     ask_hang,          // never comes back

@@ -119,6 +119,30 @@ TEST_F(Daemon, RefusesToStartBesideAnotherAndReplacesAKilledOne) {
     EXPECT_NE(connect(), nullptr);
 }
 
+class deaf_observer : public android::BnZuAvplayerObserver {
+  public:
+    void onMessage(int, void*, uint32_t, int) override {}
+};
+
+// More of them than the service takes at once.
+TEST_F(Daemon, EndsAClientWithItsLastReferenceWhateverThatRegisters) {
+    const child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free"}));
+    for (int i = 0; i < 70; ++i) {
+        const sp<IZuAvPlayer> player = connect();
+        ASSERT_NE(player, nullptr) << i;
+        ASSERT_EQ(player->Init(), 0);
+        ASSERT_EQ(player->RM_init(), 0);
+        zu_player_config config = {};
+        uint32_t handle = 0;
+        ASSERT_EQ(player->Create(&config, &handle, sizeof config), 0);
+        const auto itself = interface_cast<IZuAvplayerObserver>(IInterface::asBinder(player));
+        EXPECT_EQ(player->RegisterEvent64(handle, ZU_EVENT_STATE, itself),
+                  code(ZU_ERR_INVALID_ARGUMENT));
+        EXPECT_EQ(player->RM_RegisterCallback(nullptr, itself, 0), code(ZU_ERR_INVALID_ARGUMENT));
+        EXPECT_EQ(player->RM_RegisterCallback(nullptr, new deaf_observer, 0), 0);
+    }
+}
+
 TEST_F(Daemon, ExitsWithItsParent) {
     const std::string command =
         std::string(CORVEX_ZUAVPLAYERD) + " --exit-with-parent --device none & echo $! >pid; wait";

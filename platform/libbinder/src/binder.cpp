@@ -1,63 +1,46 @@
-// Objects of this process.
+// Objects of this process, and of others.
+
+#include <algorithm>
 
 #include <binder/Binder.h>
-#include <binder/IInterface.h>
 #include <binder/Parcel.h>
 
-#include "attached_objects.h"
+#include "carried_parcel.h"
+#include "connection.h"
+#include "executor.h"
+#include "proxy.h"
 
 namespace android {
 
-IBinder::IBinder() = default;
-IBinder::~IBinder() = default;
+using corvex_binder::executor;
+using corvex_binder::guard_lock;
+
+namespace {
+
+const String16& no_descriptor() {
+    static const auto* none = new String16();
+    return *none;
+}
+
+}  // namespace
 
 sp<IInterface> IBinder::queryLocalInterface(const String16& /*descriptor*/) {
     return nullptr;
 }
 
-bool IBinder::checkSubclass(const void* /*subclassID*/) const {
-    return false;
-}
-
-BBinder* IBinder::localBinder() {
-    return nullptr;
-}
-
-BpBinder* IBinder::remoteBinder() {
-    return nullptr;
-}
-
-class BBinder::Extras {
-  public:
-    corvex_binder::attached_objects attached;
-};
-
-BBinder::BBinder() = default;
-
-BBinder::~BBinder() {
-    delete mExtras.load(std::memory_order_acquire);
-}
-
 const String16& BBinder::getInterfaceDescriptor() const {
-    static const auto* none = new String16();
-    return *none;
+    return no_descriptor();
 }
 
-bool BBinder::isBinderAlive() const {
-    return true;
-}
-
-status_t BBinder::pingBinder() {
-    return NO_ERROR;
-}
-
-status_t BBinder::dump(int /*fd*/, const Vector<String16>& /*args*/) {
-    return NO_ERROR;
-}
-
+// The same limit in one process as between two, so that nothing depends on where an object lives.
 status_t BBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
     Parcel unread;
     Parcel* answer = reply != nullptr ? reply : &unread;
+    if (!corvex_binder::may_travel(data)) {
+        answer->freeData();
+        answer->setError(FAILED_TRANSACTION);
+        return FAILED_TRANSACTION;
+    }
     data.setDataPosition(0);
     status_t status = NO_ERROR;
     if (code == PING_TRANSACTION) {
@@ -65,44 +48,18 @@ status_t BBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uin
     } else {
         status = onTransact(code, data, answer, flags);
     }
+    if (status == NO_ERROR && !corvex_binder::may_travel(*answer)) {
+        status = FAILED_TRANSACTION;
+        answer->freeData();
+        answer->setError(status);
+    }
     answer->setDataPosition(0);
     return status;
 }
 
-namespace {
-
-status_t serve_dump(BBinder& binder, const Parcel& data) {
-    const int fd = data.readFileDescriptor();
-    int32_t count = 0;
-    const status_t status = data.readInt32(&count);
-    if (fd < 0 || status != NO_ERROR || count < 0) {
-        return BAD_VALUE;
-    }
-    Vector<String16> args;
-    for (int32_t i = 0; i < count; ++i) {
-        String16 arg;
-        if (data.readString16(&arg) != NO_ERROR) {
-            return BAD_VALUE;
-        }
-        args.add(arg);
-    }
-    return binder.dump(fd, args);
-}
-
-}  // namespace
-
-status_t BBinder::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t /*flags*/) {
-    switch (code) {
-        case INTERFACE_TRANSACTION:
-            return reply->writeString16(getInterfaceDescriptor());
-        case DUMP_TRANSACTION:
-            return serve_dump(*this, data);
-        case SYSPROPS_TRANSACTION:
-            // There is nobody to tell that system properties have changed.
-            return NO_ERROR;
-        default:
-            return UNKNOWN_TRANSACTION;
-    }
+status_t BBinder::onTransact(uint32_t /*code*/, const Parcel& /*data*/, Parcel* /*reply*/,
+                             uint32_t /*flags*/) {
+    return UNKNOWN_TRANSACTION;
 }
 
 status_t BBinder::linkToDeath(const sp<DeathRecipient>& /*recipient*/, void* /*cookie*/,
@@ -115,48 +72,89 @@ status_t BBinder::unlinkToDeath(const wp<DeathRecipient>& /*recipient*/, void* /
     return INVALID_OPERATION;
 }
 
-BBinder::Extras* BBinder::extras() {
-    Extras* made = mExtras.load(std::memory_order_acquire);
-    if (made == nullptr) {
-        auto* mine = new Extras;
-        if (mExtras.compare_exchange_strong(made, mine, std::memory_order_acq_rel)) {
-            return mine;
-        }
-        delete mine;
+BpBinder::~BpBinder() {
+    from->release_proxy(this);
+}
+
+const String16& BpBinder::getInterfaceDescriptor() const {
+    return no_descriptor();
+}
+
+status_t BpBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
+    status_t status = DEAD_OBJECT;
+    if (is_alive_) {
+        status = from->call(object, named, code, data, reply, flags);
     }
-    return made;
+    if (reply != nullptr && status != NO_ERROR) {
+        reply->freeData();
+        reply->setError(status);
+    }
+    return status;
 }
 
-void BBinder::attachObject(const void* objectID, void* object, void* cleanupCookie,
-                           object_cleanup_func func) {
-    extras()->attached.attach(objectID, object, cleanupCookie, func);
+status_t BpBinder::pingBinder() {
+    Parcel data;
+    Parcel reply;
+    const status_t status = transact(PING_TRANSACTION, data, &reply);
+    int32_t answer = NO_ERROR;
+    if (status == NO_ERROR && reply.readInt32(&answer) != NO_ERROR) {
+        return NOT_ENOUGH_DATA;
+    }
+    return status == NO_ERROR ? answer : status;
 }
 
-void* BBinder::findObject(const void* objectID) const {
-    const Extras* made = mExtras.load(std::memory_order_acquire);
-    return made != nullptr ? made->attached.find(objectID) : nullptr;
+status_t BpBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cookie, uint32_t flags) {
+    if (recipient == nullptr) {
+        return BAD_VALUE;
+    }
+    const guard_lock lock(mutex_);
+    if (!is_alive_) {
+        return DEAD_OBJECT;
+    }
+    links_.push_back({recipient, cookie, flags});
+    return NO_ERROR;
 }
 
-void BBinder::detachObject(const void* objectID) {
-    extras()->attached.detach(objectID);
+status_t BpBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie, uint32_t flags,
+                                 wp<DeathRecipient>* outRecipient) {
+    const guard_lock lock(mutex_);
+    if (!is_alive_) {
+        return DEAD_OBJECT;
+    }
+    auto& all = links_;
+    const auto found = std::find_if(all.begin(), all.end(), [&](const death_link& one) {
+        const bool matches =
+            recipient != nullptr ? one.recipient == recipient : one.cookie == cookie;
+        return matches && one.flags == flags;
+    });
+    if (found == all.end()) {
+        return NAME_NOT_FOUND;
+    }
+    if (outRecipient != nullptr) {
+        *outRecipient = found->recipient;
+    }
+    all.erase(found);
+    return NO_ERROR;
 }
 
-BBinder* BBinder::localBinder() {
-    return this;
-}
-
-BpRefBase::BpRefBase(const sp<IBinder>& o) : mRemote(o) {}
-BpRefBase::~BpRefBase() = default;
-
-IInterface::IInterface() = default;
-IInterface::~IInterface() = default;
-
-sp<IBinder> IInterface::asBinder(const IInterface* iface) {
-    return iface != nullptr ? const_cast<IInterface*>(iface)->onAsBinder() : nullptr;
-}
-
-sp<IBinder> IInterface::asBinder(const sp<IInterface>& iface) {
-    return iface != nullptr ? iface->onAsBinder() : nullptr;
+void BpBinder::notify_death(sp<BpBinder>&& proxy) {
+    std::vector<death_link> links;
+    {
+        const guard_lock lock(proxy->mutex_);
+        proxy->is_alive_ = false;
+        links.swap(proxy->links_);
+    }
+    // This thread may hold the last reference, and must not run what hangs on it.
+    const void* queue = proxy.get();
+    auto tell = [held = std::move(proxy), told = std::move(links)] {
+        for (const death_link& one : told) {
+            const auto recipient = one.recipient.promote();
+            if (recipient != nullptr) {
+                recipient->binderDied(wp<IBinder>(held.get()));
+            }
+        }
+    };
+    executor::get().post(queue, nullptr, corvex_binder::make_job(std::move(tell)));
 }
 
 }  // namespace android

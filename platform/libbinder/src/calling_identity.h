@@ -3,27 +3,28 @@
 
 #include <binder/IPCThreadState.h>
 
-#include "socket_directory.h"
+#include "log.h"
+#include "peer.h"
 
 namespace corvex_binder {
 
+// Says once that this process has not asked for calls, where it has not.
+void warn_without_pool();
+
 class calling_identity {
   public:
-    calling_identity(const peer_identity& caller, uint32_t flags)
+    explicit calling_identity(peer& caller)
         : thread_(*android::IPCThreadState::self()),
           pid_(thread_.mCallingPid),
           uid_(thread_.mCallingUid),
-          policy_(thread_.mStrictModePolicy),
-          flags_(thread_.mLastTransactionBinderFlags) {
-        thread_.mCallingPid = caller.pid;
-        thread_.mCallingUid = caller.uid;
-        thread_.mLastTransactionBinderFlags = static_cast<int32_t>(flags);
+          served_(exchange_served(&caller.lines)) {
+        thread_.mCallingPid = caller.identity.pid;
+        thread_.mCallingUid = caller.identity.uid;
     }
     ~calling_identity() {
         thread_.mCallingPid = pid_;
         thread_.mCallingUid = uid_;
-        thread_.mStrictModePolicy = policy_;
-        thread_.mLastTransactionBinderFlags = flags_;
+        exchange_served(served_);
     }
     calling_identity(const calling_identity&) = delete;
     calling_identity& operator=(const calling_identity&) = delete;
@@ -32,8 +33,7 @@ class calling_identity {
     android::IPCThreadState& thread_;
     const pid_t pid_;
     const uid_t uid_;
-    const int32_t policy_;
-    const int32_t flags_;
+    complaints* const served_;
 };
 
 }  // namespace corvex_binder

@@ -1,142 +1,123 @@
-// One socket to one other process, and what both have given each other over it.
+// One connection: a process that uses a service, and the process that offers it.
 //
-// Objects: what we send, we keep in `exports_` together with how often we have sent it; what we
-// receive becomes a proxy, which counts how often it was received and gives that number back when
-// it goes. A release that crosses another sending thus never loses the object.
+// Its parts each have their own file and lock: the control socket, the table of objects, the
+// channels of our calls, the threads that serve the other side's calls, and what one-way calls are
+// under way. This class ties them together, and ends them together.
 //
-// Threads: frames are read, and the end is noticed, on the loop's thread; everything else may be
-// called from any thread. Objects are let go of on the pool's threads only, never under the lock.
-// Lock order: a connection's lock, then a proxy's.
+// Threads: the control socket is read, and the end is noticed, on the loop's thread; everything
+// else may be called from any thread. References are dropped without any lock, and never on the
+// loop's thread. Lock order: the table of objects, then the others, which are leaves.
 #pragma once
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdint>
-#include <deque>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <unordered_map>
-#include <vector>
+#include <string>
 
-#include <binder/BpBinder.h>
+#include <binder/IBinder.h>
 #include <binder/Parcel.h>
 
-#include "frame_reader.h"
+#include "call_channels.h"
+#include "control_socket.h"
+#include "executor.h"
 #include "io_loop.h"
-#include "outgoing_parcel.h"
-#include "parcel_object.h"
-#include "peers.h"
-#include "socket_directory.h"
+#include "object_table.h"
+#include "peer.h"
+#include "served_channels.h"
 #include "unique_fd.h"
-#include "wire.h"
 
 namespace corvex_binder {
 
+class outgoing_parcel;
+
+// The first message in both directions.
+hello_message make_hello(android::status_t status);
+
 class connection : public endpoint, public std::enable_shared_from_this<connection> {
   public:
-    // The registry of services of the other process.
-    static constexpr uint64_t kRegistry = 0;
-
-    // From us, after both have said hello; in use once.
-    connection(unique_fd&& socket, const peer_identity& peer, const process_name& process);
-    // From somebody, who has to say hello first.
-    connection(unique_fd&& socket, const peer_identity& peer);
+    // To a service that has said hello.
+    connection(unique_fd&& socket, const std::shared_ptr<peer>& other);
+    // From somebody, who has to say hello first, to a service of ours.
+    connection(unique_fd&& socket, const std::shared_ptr<peer>& other,
+               const android::sp<android::IBinder>& service);
     ~connection() override;
 
     // Starts to serve it; false when there is no room.
     bool open();
 
-    const peer_identity& peer() const { return peer_; }
+    peer& other() const { return *other_; }
 
-    // Calls an object of the other process and, unless it is one-way, waits for the reply: at most
-    // timeout_ms, 0 for ever.
-    android::status_t call(uint64_t target, uint32_t code, const android::Parcel& data,
-                           android::Parcel* reply, uint32_t flags, int timeout_ms);
+    // The other side's service; null where the connection has ended.
+    android::sp<android::IBinder> service();
 
-    void send_reply(uint64_t call, uint64_t cost, android::status_t status,
-                    const android::Parcel& reply);
-    void send_oneway_done(uint64_t cost);
-    void send_object_died(uint64_t object);
+    // Calls an object of the other process and, unless it is one-way, waits for the reply.
+    android::status_t call(uint64_t target, std::atomic<uint64_t>& times_named, uint32_t code,
+                           const android::Parcel& data, android::Parcel* reply, uint32_t flags);
 
     // Of a proxy of ours, as it goes.
     void release_proxy(const android::BpBinder* proxy);
 
-    // Keeps the connection although there is nothing on it; false where it is too late.
-    bool begin_use();
-    void end_use();
+    // Ends a connection of ours on which nothing is left.
+    void close_if_idle();
+
+    // The other side does not keep to the protocol.
+    void end_for(const char* why);
 
     // endpoint
-    int fd() const override { return socket_.get(); }
+    int fd() const override { return control_.fd(); }
     void on_events(uint32_t events) override;
     void on_tick() override;
 
   private:
-    struct export_entry {
-        android::sp<android::IBinder> object;
-        uint64_t times_sent = 0;
-    };
-    struct pending_call {
-        std::condition_variable done_or_dead;
-        bool done = false;
-        android::status_t status = android::DEAD_OBJECT;
-        std::unique_ptr<android::Parcel> reply;
-    };
-    using objects_list = std::vector<parcel_object>;
+    friend class served_channels;
 
-    // Sending; with the lock held.
-    bool is_open() const { return socket_.valid() && !closing_ && !io_loop::is_cut_off(); }
-    void enqueue(outgoing_frame&& frame);
-    bool write_some(outgoing_frame& frame);
-    void flush();
-    void stop_writing();
-    void close_if_idle();
-    uint64_t enqueue_with(outgoing_parcel& parcel, outgoing_frame&& frame);
-    uint64_t export_object(const android::sp<android::IBinder>& object, bool* is_dead);
-    void wait_for_reply(std::unique_lock<std::mutex>& lock, uint64_t id, pending_call& pending,
-                        int timeout_ms);
+    // Sending: outgoing_call.cpp.
+    enum class reply_state { answered, late, none, interrupted, ended };
+    android::status_t call_oneway(const call_message& call, outgoing_parcel& parcel);
+    android::status_t call_and_wait(call_message& call, outgoing_parcel& parcel,
+                                    android::Parcel* reply);
+    reply_state wait_for_reply(call_channel& channel, android::Parcel* reply, int timeout_ms,
+                               call_channels::deadline until, android::status_t* status);
+    reply_state receive_reply(call_channel& channel, int flags, android::Parcel* reply,
+                              android::status_t* status);
+    android::status_t note_silence(uint32_t code, int waited_ms);
+    android::status_t note_end();
+    bool tell(control_socket::result result);
 
-    // Receiving; on the loop's thread, without the lock.
-    void read_all();
-    bool receive_frames();
-    bool receive(incoming_frame& frame);
-    bool receive_hello(const incoming_frame& frame);
-    bool receive_call(incoming_frame& frame);
-    bool receive_reply(incoming_frame& frame);
-    bool receive_oneway_done(const incoming_frame& frame);
-    bool receive_release(const incoming_frame& frame);
-    bool receive_object_died(const incoming_frame& frame);
-    std::unique_ptr<android::Parcel> take_parcel(incoming_frame& frame, size_t at);
-    bool take_objects(const wire_parcel& wire, std::vector<unique_fd>& descriptors,
-                      objects_list* objects);
-    android::sp<android::BpBinder> proxy_of(uint64_t object);
-    android::sp<android::IBinder> find_target(uint64_t target);
-    void stop_waiting_for_hello();
-    void finish(const char* why);
+    // Receiving, on the loop's thread: connection_receive.cpp. False ends the connection.
+    void read_control();
+    bool receive(received_message& message, const uint8_t* bytes, size_t size);
+    bool receive_hello(const uint8_t* bytes, size_t size);
+    bool receive_oneway(received_message& message, const uint8_t* bytes, size_t size);
+    bool receive_oneway_done(const uint8_t* bytes, size_t size);
+    bool receive_release(const uint8_t* bytes, size_t size);
+    bool receive_channel(received_message& message, size_t size);
+    void finish();
 
-    const peer_identity peer_;
+    void close_later(std::vector<unique_fd>&& descriptors);
+
+    // Destroys something that has come from the other side, or was kept for it.
+    template <typename Object>
+    void release_later(Object&& object) {
+        executor::get().release_later(this, other_, std::forward<Object>(object));
+    }
+
+    const std::shared_ptr<peer> other_;
     const bool by_us_;
-    bool greeted_;             // loop's thread
-    int ticks_ungreeted_ = 0;  // loop's thread
-    process_name process_ = {};
-    frame_reader reader_;  // loop's thread
+    bool is_greeted_;  // loop's thread
 
-    std::mutex mutex_;
-    unique_fd socket_;      // closed on the loop's thread only
-    bool closing_ = false;  // nothing more is sent
-    std::deque<outgoing_frame> unsent_;
-    uint64_t unsent_cost_ = 0;
-    uint64_t oneway_cost_ = 0;           // sent and not yet served
-    uint64_t incoming_cost_ = 0;         // received and not yet served
-    uint64_t incoming_oneway_cost_ = 0;  // of that, one-way
-    uint64_t last_call_ = 0;
-    uint64_t last_export_ = 0;
-    bool is_full_ = false;  // calls are refused, and that has been said
-    int uses_ = 0;
-    int incoming_calls_ = 0;
-    std::map<uint64_t, pending_call*> pending_;
-    std::unordered_map<uint64_t, export_entry> exports_;
-    std::unordered_map<android::IBinder*, uint64_t> export_names_;
-    std::unordered_map<uint64_t, android::wp<android::BpBinder>> proxies_;
+    control_socket control_;
+    object_table objects_;
+    call_channels channels_;
+    served_channels served_;
+    // The cost of our one-way calls that the other side has not served yet.
+    std::atomic<uint64_t> oneway_cost_{0};
 };
+
+// The service that a process offers at this name in the folder. NAME_NOT_FOUND where there is none,
+// at once; TIMED_OUT, with a line in the log, where one is there and does not say hello in the time
+// that a call may take. service_connections.cpp
+android::status_t connect_service(int directory, const std::string& name,
+                                  android::sp<android::IBinder>* service);
 
 }  // namespace corvex_binder

@@ -4,9 +4,10 @@
 #include <memory>
 #include <string>
 
-#include <utils/Errors.h>
+#include <binder/IBinder.h>
 
 #include "io_loop.h"
+#include "log.h"
 #include "socket_directory.h"
 #include "unique_fd.h"
 
@@ -14,14 +15,16 @@ namespace corvex_binder {
 
 class listener : public endpoint, public std::enable_shared_from_this<listener> {
   public:
-    // Takes the name in the folder of services. Null, with the status, where that cannot be.
-    static std::shared_ptr<listener> make(const std::string& file, android::status_t* status);
+    // Takes the name in the folder of services, and accepts from then on until the loop does not
+    // keep it any more. Null, with the status, where that cannot be.
+    static std::shared_ptr<listener> make(const std::string& file,
+                                          const android::sp<android::IBinder>& service,
+                                          android::status_t* status);
 
-    listener(unique_fd&& directory, std::string file);
+    listener(unique_fd&& directory, std::string file, const android::sp<android::IBinder>& service)
+        : directory_(std::move(directory)), file_(std::move(file)), service_(service) {}
 
-    // Accepts from now on; false when there is no room. Until stopped, it keeps itself.
-    bool start();
-    void stop();
+    const android::sp<android::IBinder>& service() const { return service_; }
 
     // Whether the name is still this one's: not taken over by another one, nor removed.
     bool has_name() const;
@@ -34,14 +37,14 @@ class listener : public endpoint, public std::enable_shared_from_this<listener> 
     void on_tick() override;
 
   private:
-    void pause(const char* why);
+    void accept_one(unique_fd&& socket);
 
     const unique_fd directory_;
     const std::string file_;
+    const android::sp<android::IBinder> service_;
     unique_fd socket_;
     socket_identity identity_;
-    bool paused_ = false;
-    bool complained_ = false;
+    complaints strangers_{};
 };
 
 }  // namespace corvex_binder

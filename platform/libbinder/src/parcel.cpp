@@ -1,171 +1,85 @@
-// A parcel's storage: room, positions, and the table of objects.
+// A parcel's data. Nothing here trusts what it reads.
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
-#include <unistd.h>
 
 #include <binder/Parcel.h>
+#include <utils/String8.h>
 
 #include "log.h"
-#include "parcel_layout.h"
 #include "parcel_object.h"
-#include "unique_fd.h"
-
-namespace corvex_binder {
-
-void parcel_object::close_descriptor() {
-    if (owns_fd && fd >= 0) {
-        close(fd);
-    }
-    fd = -1;
-    owns_fd = false;
-}
-
-void parcel_object::swap(parcel_object& other) noexcept {
-    std::swap(offset, other.offset);
-    std::swap(type, other.type);
-    std::swap(binder, other.binder);
-    std::swap(weak, other.weak);
-    std::swap(fd, other.fd);
-    std::swap(owns_fd, other.owns_fd);
-}
-
-android::status_t parcel_access::fill(android::Parcel& parcel, const uint8_t* data, size_t bytes,
-                                      std::vector<parcel_object>* objects) {
-    const android::status_t status = parcel.setData(data, bytes);
-    if (status == android::NO_ERROR) {
-        parcel.mObjects.swap(*objects);
-    }
-    return status;
-}
-
-void parcel_access::move(android::Parcel& from, android::Parcel& to) {
-    to.freeData();
-    std::swap(to.mData, from.mData);
-    std::swap(to.mDataSize, from.mDataSize);
-    std::swap(to.mDataCapacity, from.mDataCapacity);
-    std::swap(to.mObjects, from.mObjects);
-    from.freeData();
-}
-
-}  // namespace corvex_binder
 
 namespace android {
 
 using corvex_binder::flat_object;
-using corvex_binder::kDescriptorType;
-using corvex_binder::kMaxParcelBytes;
-using corvex_binder::unique_fd;
+
+namespace {
+
+// What a parcel may hold: what a signed 32-bit count can say, in whole words. What may travel is
+// less: wire.h.
+constexpr size_t kMaxStoredBytes = INT32_MAX & ~size_t{3};
+
+// First word of an interface token, as on a device.
+constexpr int32_t kTokenStart = 0x40 << 16;
+
+// For at most kMaxStoredBytes.
+constexpr size_t padded(size_t bytes) {
+    return (bytes + 3) & ~size_t{3};
+}
+
+}  // namespace
 
 Parcel::Parcel() = default;
 
 Parcel::~Parcel() {
-    free(mData);
+    freeData();
 }
 
-const uint8_t* Parcel::data() const {
-    return mData;
-}
-
-size_t Parcel::dataSize() const {
-    return mDataSize;
-}
-
-size_t Parcel::dataAvail() const {
-    return mDataPos < mDataSize ? mDataSize - mDataPos : 0;
-}
-
-size_t Parcel::dataPosition() const {
-    return mDataPos;
-}
-
-size_t Parcel::dataCapacity() const {
-    return mDataCapacity;
-}
-
-status_t Parcel::setDataSize(size_t size) {
-    if (size > kMaxParcelBytes) {
-        return BAD_VALUE;
+void Parcel::freeData() {
+    mObjects.clear();
+    if (mData != mInline) {
+        free(mData);
+        mData = mInline;
+        mDataCapacity = kInlineBytes;
     }
-    if (size > mDataSize) {
-        return grow(size);
-    }
-    mDataSize = size;
-    mDataPos = std::min(mDataPos, size);
-    const auto beyond = std::find_if(mObjects.begin(), mObjects.end(), [size](const auto& object) {
-        return object.offset + sizeof(flat_object) > size;
-    });
-    mObjects.erase(beyond, mObjects.end());
-    return NO_ERROR;
+    mDataSize = 0;
+    mDataPos = 0;
+    mError = NO_ERROR;
 }
 
 void Parcel::setDataPosition(size_t pos) const {
-    mDataPos = std::min(pos, kMaxParcelBytes);
+    mDataPos = std::min(pos, kMaxStoredBytes);
 }
 
-status_t Parcel::setDataCapacity(size_t size) {
-    if (size > kMaxParcelBytes) {
-        return BAD_VALUE;
-    }
-    if (size > mDataCapacity) {
-        auto* moved = static_cast<uint8_t*>(realloc(mData, size));
-        if (moved == nullptr) {
-            return NO_MEMORY;
-        }
-        mData = moved;
-        mDataCapacity = size;
-    }
-    return NO_ERROR;
+size_t Parcel::objectsCount() const {
+    return mObjects.size();
 }
 
-// Makes the data end at `end`, if they do not reach that far yet; what is new is zero.
-status_t Parcel::grow(size_t end) {
-    if (end > kMaxParcelBytes) {
-        return BAD_VALUE;
-    }
-    if (end <= mDataSize) {
+// Room for so many bytes, and no more than that: who reads past it is found out.
+status_t Parcel::reserve(size_t capacity) {
+    if (capacity <= mDataCapacity) {
         return NO_ERROR;
     }
-    if (end > mDataCapacity) {
-        const size_t capacity = std::min(end + end / 2, kMaxParcelBytes);
-        const status_t status = setDataCapacity(capacity);
-        if (status != NO_ERROR) {
-            return status;
-        }
+    const bool was_inline = mData == mInline;
+    auto* moved = static_cast<uint8_t*>(realloc(was_inline ? nullptr : mData, capacity));
+    if (moved == nullptr) {
+        return NO_MEMORY;
     }
-    memset(mData + mDataSize, 0, end - mDataSize);
-    mDataSize = end;
+    if (was_inline) {
+        memcpy(moved, mInline, mDataSize);
+    }
+    mData = moved;
+    mDataCapacity = capacity;
     return NO_ERROR;
-}
-
-// Room for len bytes at the position, which it does not move. What is overwritten goes, objects
-// and descriptors too.
-void* Parcel::prepare_write(size_t len) {
-    status_t status = BAD_VALUE;
-    if (len <= kMaxParcelBytes && mDataPos <= kMaxParcelBytes - len) {
-        status = grow(mDataPos + len);
-    }
-    if (status != NO_ERROR) {
-        mError = status;
-        return nullptr;
-    }
-    const size_t begin = mDataPos;
-    const size_t end = begin + len;
-    const auto overlaps = [begin, end](const object_record& object) {
-        return object.offset < end && object.offset + sizeof(flat_object) > begin;
-    };
-    mObjects.erase(std::remove_if(mObjects.begin(), mObjects.end(), overlaps), mObjects.end());
-    return mData + mDataPos;
 }
 
 status_t Parcel::setData(const uint8_t* buffer, size_t len) {
-    if (len > kMaxParcelBytes || (buffer == nullptr && len > 0)) {
+    if (len > kMaxStoredBytes || (buffer == nullptr && len > 0)) {
         return BAD_VALUE;
     }
     freeData();
-    const status_t status = setDataCapacity(len);
+    const status_t status = reserve(len);
     if (status == NO_ERROR && len > 0) {
         memcpy(mData, buffer, len);
         mDataSize = len;
@@ -173,101 +87,151 @@ status_t Parcel::setData(const uint8_t* buffer, size_t len) {
     return status;
 }
 
-status_t Parcel::appendFrom(const Parcel* parcel, size_t start, size_t len) {
-    if (parcel->mError != NO_ERROR) {
-        return parcel->mError;
+// Room for len bytes at the position, which it does not move; zeros up to there. What is
+// overwritten goes, objects and descriptors too.
+void* Parcel::prepare_write(size_t len) {
+    const size_t begin = mDataPos;
+    if (len > kMaxStoredBytes || begin > kMaxStoredBytes - len) {
+        mError = BAD_VALUE;
+        return nullptr;
     }
-    if (start > parcel->mDataSize || len > parcel->mDataSize - start) {
-        return BAD_VALUE;
+    const size_t end = begin + len;
+    if (end > mDataCapacity && reserve(std::min(end + end / 2, kMaxStoredBytes)) != NO_ERROR) {
+        mError = NO_MEMORY;
+        return nullptr;
     }
-    std::vector<object_record> copies;
-    for (const object_record& object : parcel->mObjects) {
-        if (object.offset < start || object.offset + sizeof(flat_object) > start + len) {
-            continue;
-        }
-        object_record copy;
-        copy.offset = object.offset - start + mDataPos;
-        copy.type = object.type;
-        copy.binder = object.binder;
-        copy.weak = object.weak;
-        if (object.type == kDescriptorType) {
-            if (!mAllowFds) {
-                return FDS_NOT_ALLOWED;
-            }
-            copy.fd = unique_fd::duplicate(object.fd).release();
-            copy.owns_fd = true;
-            if (copy.fd < 0) {
-                return -errno;
-            }
-        }
-        copies.push_back(std::move(copy));
+    if (end > mDataSize) {
+        memset(mData + mDataSize, 0, end - mDataSize);
+        mDataSize = end;
     }
-    void* to = prepare_write(len);
+    if (!mObjects.empty()) {
+        const auto overlaps = [begin, end](const object_record& object) {
+            return object.offset < end && object.offset + sizeof(flat_object) > begin;
+        };
+        mObjects.erase(std::remove_if(mObjects.begin(), mObjects.end(), overlaps), mObjects.end());
+    }
+    return mData + begin;
+}
+
+void* Parcel::writeInplace(size_t len) {
+    void* to = prepare_write(len > kMaxStoredBytes ? len : padded(len));
+    if (to != nullptr) {
+        memset(static_cast<uint8_t*>(to) + len, 0, padded(len) - len);
+        mDataPos += padded(len);
+    }
+    return to;
+}
+
+status_t Parcel::write(const void* data, size_t len) {
+    if (len > 0 && data == nullptr) {
+        return mError = BAD_VALUE;
+    }
+    void* to = writeInplace(len);
     if (to == nullptr) {
         return mError;
     }
-    memmove(to, parcel->mData + start, len);
-    mDataPos += len;
-    const auto after = std::find_if(mObjects.begin(), mObjects.end(),
-                                    [&](const auto& object) { return object.offset >= mDataPos; });
-    mObjects.insert(after, std::make_move_iterator(copies.begin()),
-                    std::make_move_iterator(copies.end()));
+    if (len > 0) {
+        memcpy(to, data, len);
+    }
     return NO_ERROR;
 }
 
-int Parcel::compareData(const Parcel& other) const {
-    if (mDataSize != other.mDataSize) {
-        return mDataSize < other.mDataSize ? -1 : 1;
+status_t Parcel::writeString16(const String16& str) {
+    if (str.size() >= kMaxStoredBytes / sizeof(char16_t)) {
+        return mError = BAD_VALUE;
     }
-    return mDataSize == 0 ? 0 : memcmp(mData, other.mData, mDataSize);
+    writeInt32(static_cast<int32_t>(str.size()));
+    return write(str.string(), (str.size() + 1) * sizeof(char16_t));
 }
 
-bool Parcel::allowFds() const {
-    return mAllowFds;
+status_t Parcel::writeInterfaceToken(const String16& interface) {
+    writeInt32(kTokenStart);
+    return writeString16(interface);
 }
 
-bool Parcel::pushAllowFds(bool allowFds) {
-    const bool before = mAllowFds;
-    mAllowFds = mAllowFds && allowFds;
-    return before;
-}
-
-void Parcel::restoreAllowFds(bool lastValue) {
-    mAllowFds = lastValue;
-}
-
-bool Parcel::hasFileDescriptors() const {
-    return std::any_of(mObjects.begin(), mObjects.end(),
-                       [](const auto& object) { return object.type == kDescriptorType; });
-}
-
-void Parcel::freeData() {
-    mObjects.clear();
-    free(mData);
-    mData = nullptr;
-    mDataSize = 0;
-    mDataCapacity = 0;
-    mDataPos = 0;
-    mError = NO_ERROR;
-    mAllowFds = true;
-}
-
-size_t Parcel::objectsCount() const {
-    return mObjects.size();
-}
-
-status_t Parcel::errorCheck() const {
-    return mError;
-}
-
-void Parcel::setError(status_t err) {
-    mError = err;
-}
-
-void Parcel::closeFileDescriptors() {
-    for (object_record& object : mObjects) {
-        object.close_descriptor();
+const void* Parcel::readInplace(size_t len) const {
+    if (len > kMaxStoredBytes || padded(len) > dataAvail()) {
+        return nullptr;
     }
+    const uint8_t* from = mData + mDataPos;
+    mDataPos += padded(len);
+    return from;
+}
+
+status_t Parcel::read(void* outData, size_t len) const {
+    const void* from = readInplace(len);
+    if (from != nullptr && len > 0) {
+        memcpy(outData, from, len);
+    }
+    return from != nullptr || len == 0 ? static_cast<status_t>(NO_ERROR) : NOT_ENOUGH_DATA;
+}
+
+namespace {
+
+// A counted, terminated string; null and the reason where there is none.
+const char16_t* read_utf16(const Parcel& parcel, size_t* length, status_t* status) {
+    int32_t size = 0;
+    *length = 0;
+    *status = parcel.readInt32(&size);
+    if (*status != NO_ERROR) {
+        return nullptr;
+    }
+    // At an odd place no string is written.
+    if (size < 0 || parcel.dataPosition() % alignof(char16_t) != 0) {
+        *status = size == -1 ? UNEXPECTED_NULL : BAD_VALUE;
+        return nullptr;
+    }
+    const auto units = static_cast<size_t>(size);
+    const auto* str =
+        units < kMaxStoredBytes / sizeof(char16_t)
+            ? static_cast<const char16_t*>(parcel.readInplace((units + 1) * sizeof(char16_t)))
+            : nullptr;
+    if (str == nullptr || str[units] != 0) {
+        *status = str == nullptr ? NOT_ENOUGH_DATA : BAD_VALUE;
+        return nullptr;
+    }
+    *length = units;
+    return str;
+}
+
+}  // namespace
+
+const char16_t* Parcel::readString16Inplace(size_t* outLen) const {
+    status_t ignored = NO_ERROR;
+    return read_utf16(*this, outLen, &ignored);
+}
+
+String16 Parcel::readString16() const {
+    String16 str;
+    readString16(&str);
+    return str;
+}
+
+status_t Parcel::readString16(String16* pArg) const {
+    size_t length = 0;
+    status_t status = NO_ERROR;
+    const char16_t* str = read_utf16(*this, &length, &status);
+    if (str == nullptr) {
+        *pArg = String16();
+        return status;
+    }
+    return pArg->setTo(str, length);
+}
+
+bool Parcel::checkInterface(IBinder* binder) const {
+    const String16& interface = binder->getInterfaceDescriptor();
+    readInt32();
+    size_t length = 0;
+    const char16_t* name = readString16Inplace(&length);
+    if (name == nullptr || length != interface.size() ||
+        memcmp(name, interface.string(), length * sizeof *name) != 0) {
+        corvex_binder::complain(corvex_binder::complaint::wrong_interface,
+                                "a call for '%.64s' came to '%s' and was refused",
+                                name != nullptr ? String8(name, length).string() : "",
+                                String8(interface).string());
+        return false;
+    }
+    return true;
 }
 
 }  // namespace android

@@ -14,7 +14,6 @@ namespace android {
 using corvex_binder::flat_object;
 using corvex_binder::kBinderType;
 using corvex_binder::kDescriptorType;
-using corvex_binder::kWeakBinderType;
 using corvex_binder::unique_fd;
 
 // Writes the object's place in the data and, unless it is a null object, its record.
@@ -40,23 +39,13 @@ status_t Parcel::writeStrongBinder(const sp<IBinder>& val) {
     return write_object(std::move(object));
 }
 
-status_t Parcel::writeWeakBinder(const wp<IBinder>& val) {
-    object_record object;
-    object.type = kWeakBinderType;
-    object.weak = val;
-    return write_object(std::move(object));
-}
-
 status_t Parcel::writeFileDescriptor(int fd, bool takeOwnership) {
     object_record object;
     object.type = kDescriptorType;
     object.fd = fd;
-    object.owns_fd = takeOwnership;
+    object.owned.reset(takeOwnership ? fd : -1);
     if (fd < 0) {
         return mError = BAD_VALUE;
-    }
-    if (!mAllowFds) {
-        return mError = FDS_NOT_ALLOWED;
     }
     return write_object(std::move(object));
 }
@@ -112,16 +101,6 @@ sp<IBinder> Parcel::readStrongBinder() const {
     sp<IBinder> val;
     readNullableStrongBinder(&val);
     return val;
-}
-
-wp<IBinder> Parcel::readWeakBinder() const {
-    uint32_t type = 0;
-    const object_record* object = read_object(&type);
-    if (object == nullptr || type == kDescriptorType) {
-        return nullptr;
-    }
-    // One that has come from another process is a strong reference while the parcel lives.
-    return type == kWeakBinderType ? object->weak : wp<IBinder>(object->binder);
 }
 
 int Parcel::readFileDescriptor() const {

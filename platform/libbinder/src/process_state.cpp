@@ -1,13 +1,33 @@
 // A process's and a thread's part: who serves calls, and for whom.
 
-#include <pthread.h>
+#include <atomic>
 #include <unistd.h>
 
 #include <binder/IPCThreadState.h>
-#include <binder/IServiceManager.h>
 #include <binder/ProcessState.h>
 
-#include "thread_pool.h"
+#include "calling_identity.h"
+#include "executor.h"
+#include "log.h"
+
+namespace {
+
+std::atomic<bool> wants_calls{false};
+
+}  // namespace
+
+namespace corvex_binder {
+
+void warn_without_pool() {
+    static std::atomic<bool> complained{false};
+    if (!wants_calls.load(std::memory_order_relaxed) && !complained.exchange(true)) {
+        BINDER_LOG(WARN,
+                   "a call has come to a process that has not asked for any, and is served: "
+                   "call ProcessState::self()->startThreadPool()");
+    }
+}
+
+}  // namespace corvex_binder
 
 namespace android {
 
@@ -19,27 +39,9 @@ sp<ProcessState> ProcessState::self() {
     return *process;
 }
 
-sp<ProcessState> ProcessState::selfOrNull() {
-    return self();
-}
-
-sp<IBinder> ProcessState::getContextObject(const sp<IBinder>& /*caller*/) {
-    return IInterface::asBinder(defaultServiceManager());
-}
-
 void ProcessState::startThreadPool() {
-    corvex_binder::thread_pool::get().start();
+    wants_calls = true;
 }
-
-status_t ProcessState::setThreadPoolMaxThreadCount(size_t maxThreads) {
-    constexpr size_t kMost = corvex_binder::thread_pool::kMaxThreads - 1;
-    // As on a device, the one that starts the pool comes on top.
-    corvex_binder::thread_pool::get().limit_running(1 + (maxThreads < kMost ? maxThreads : kMost));
-    return NO_ERROR;
-}
-
-// The pool's threads have their names from the start.
-void ProcessState::giveThreadPoolName() {}
 
 IPCThreadState::IPCThreadState() : mCallingPid(getpid()), mCallingUid(getuid()) {}
 
@@ -48,51 +50,9 @@ IPCThreadState* IPCThreadState::self() {
     return &state;
 }
 
-IPCThreadState* IPCThreadState::selfOrNull() {
-    return self();
-}
-
-pid_t IPCThreadState::getCallingPid() const {
-    return mCallingPid;
-}
-
-uid_t IPCThreadState::getCallingUid() const {
-    return mCallingUid;
-}
-
-int64_t IPCThreadState::clearCallingIdentity() {
-    const auto token = static_cast<int64_t>(static_cast<uint64_t>(mCallingUid) << 32 |
-                                            static_cast<uint32_t>(mCallingPid));
-    mCallingPid = getpid();
-    mCallingUid = getuid();
-    return token;
-}
-
-void IPCThreadState::restoreCallingIdentity(int64_t token) {
-    mCallingUid = static_cast<uid_t>(static_cast<uint64_t>(token) >> 32);
-    mCallingPid = static_cast<pid_t>(token);
-}
-
-void IPCThreadState::setStrictModePolicy(int32_t policy) {
-    mStrictModePolicy = policy;
-}
-
-int32_t IPCThreadState::getStrictModePolicy() const {
-    return mStrictModePolicy;
-}
-
-void IPCThreadState::setLastTransactionBinderFlags(int32_t flags) {
-    mLastTransactionBinderFlags = flags;
-}
-
-int32_t IPCThreadState::getLastTransactionBinderFlags() const {
-    return mLastTransactionBinderFlags;
-}
-
-void IPCThreadState::flushCommands() {}
-
-void IPCThreadState::joinThreadPool(bool /*isMain*/) {
-    corvex_binder::thread_pool::get().join();
+void IPCThreadState::joinThreadPool() {
+    wants_calls = true;
+    corvex_binder::executor::get().join();
 }
 
 }  // namespace android

@@ -1,62 +1,62 @@
-// What is behind a BpBinder.
+// An object of another process: one for each object and connection, so that two references to the
+// same object of one service's process are the same while either lives.
 #pragma once
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <vector>
 
-#include <binder/BpBinder.h>
+#include <binder/IBinder.h>
 
-#include "attached_objects.h"
+#include "guarded.h"
 
 namespace corvex_binder {
-
 class connection;
+}
 
-// A link to death.
-struct obituary {
-    android::wp<android::IBinder::DeathRecipient> recipient;
-    void* cookie;
-    uint32_t flags;
-};
+namespace android {
 
-// Another process to which we have passed the object on.
-struct forwarding {
-    std::weak_ptr<connection> to;
-    uint64_t object;  // as we call it there
-};
+class BpBinder : public IBinder {
+  public:
+    BpBinder(std::shared_ptr<corvex_binder::connection> by, uint64_t as)
+        : from(std::move(by)), object(as) {}
+    BpBinder(const BpBinder&) = delete;
+    BpBinder& operator=(const BpBinder&) = delete;
 
-struct proxy_state {
-    proxy_state(std::shared_ptr<connection> by, uint64_t as) : from(std::move(by)), object(as) {}
+    const String16& getInterfaceDescriptor() const override;
+    bool isBinderAlive() const override { return is_alive_; }
+    status_t pingBinder() override;
+    status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
+                      uint32_t flags = 0) override;
+    status_t linkToDeath(const sp<DeathRecipient>& recipient, void* cookie = nullptr,
+                         uint32_t flags = 0) override;
+    status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie = nullptr,
+                           uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) override;
+    BpBinder* remoteBinder() override { return this; }
 
-    const std::shared_ptr<connection> from;
+    // The object's process is gone: has the recipients told on the executor's threads, which then
+    // drop the reference. Without any lock held.
+    static void notify_death(sp<BpBinder>&& proxy);
+
+    const std::shared_ptr<corvex_binder::connection> from;
     const uint64_t object;  // as the other process calls it
-    uint64_t received = 0;  // how often; the connection's lock
-    std::atomic<bool> alive{true};
+    uint64_t received = 0;  // how often; the connection's table has the lock
+    // How often a message to the other process has named it, as a target or among the objects.
+    std::atomic<uint64_t> named{0};
 
-    std::mutex mutex;
-    std::vector<obituary> obituaries;
-    std::vector<forwarding> forwardings;
-    android::String16 descriptor;
-    bool has_descriptor = false;
+  protected:
+    ~BpBinder() override;
 
-    attached_objects attached;
+  private:
+    struct death_link {
+        wp<DeathRecipient> recipient;
+        void* cookie;
+        uint32_t flags;
+    };
+
+    std::atomic<bool> is_alive_{true};
+    corvex_binder::guard_mutex mutex_;
+    std::vector<death_link> links_ BINDER_GUARDED_BY(mutex_);
 };
 
-struct proxy_access {
-    static android::sp<android::BpBinder> make(std::shared_ptr<connection> from, uint64_t object);
-    static proxy_state& state(const android::BpBinder& proxy) { return *proxy.mState; }
-};
-
-// Remembers, or forgets, that an object is passed on, so that its end is. False where that has
-// come already.
-bool add_forwarding(const android::BpBinder& proxy, const std::shared_ptr<connection>& to,
-                    uint64_t object);
-void remove_forwarding(const android::BpBinder& proxy, const connection* to, uint64_t object);
-
-// The object is gone: passes that on, and tells the recipients on a thread of the pool, which then
-// lets go of the proxy. Without any lock held.
-void bury(android::sp<android::BpBinder>&& proxy);
-
-}  // namespace corvex_binder
+}  // namespace android

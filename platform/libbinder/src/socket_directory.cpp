@@ -1,13 +1,17 @@
 #include "socket_directory.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 #include <utils/String8.h>
 
@@ -59,6 +63,19 @@ const char* find_fault(int directory, bool is_chosen) {
                                                      : nullptr;
 }
 
+// An address below an open descriptor, so that its length does not depend on where that is.
+sockaddr_un address_below(int fd, const std::string& name) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d%s%s", fd,
+             name.empty() ? "" : "/", name.c_str());
+    return address;
+}
+
+unique_fd make_socket(int flags) {
+    return unique_fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
+}
+
 bool is_plain(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
            strchr("._-", c) != nullptr;
@@ -66,7 +83,7 @@ bool is_plain(char c) {
 
 }  // namespace
 
-unique_fd open_socket_directory(bool create, bool quiet, android::status_t* status) {
+unique_fd open_socket_directory(bool create, android::status_t* status) {
     const directory_path folder = find_path();
     if (create && mkdir(folder.path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         *status = -errno;
@@ -87,12 +104,10 @@ unique_fd open_socket_directory(bool create, bool quiet, android::status_t* stat
     if (fault != nullptr) {
         *status = android::PERMISSION_DENIED;
         directory.reset();
-        if (!quiet) {
-            BINDER_LOG(ERROR,
-                       "the folder '%s' is not used for services: %s; give it to this user "
-                       "with mode 0700, or set CORVEX_BINDER_DIR to another one",
-                       folder.path.c_str(), fault);
-        }
+        BINDER_LOG(ERROR,
+                   "the folder '%s' is not used for services: %s; give it to this user with mode "
+                   "0700, or set CORVEX_BINDER_DIR to another one",
+                   folder.path.c_str(), fault);
     }
     return directory;
 }
@@ -117,21 +132,6 @@ std::string socket_name(const android::String16& service) {
     return name.size() <= kMaxFileName ? name : std::string();
 }
 
-std::string service_name(const std::string& socket_name) {
-    std::string text;
-    for (size_t i = 0; i < socket_name.size(); ++i) {
-        if (socket_name[i] == '%' && i + 2 < socket_name.size()) {
-            text += static_cast<char>(strtol(socket_name.substr(i + 1, 2).c_str(), nullptr, 16));
-            i += 2;
-        } else if (is_plain(socket_name[i]) && !(socket_name[i] == '.' && i == 0)) {
-            text += socket_name[i];
-        } else {
-            return {};
-        }
-    }
-    return text;
-}
-
 bool operator==(const socket_identity& a, const socket_identity& b) {
     return a.device == b.device && a.inode == b.inode;
 }
@@ -146,22 +146,79 @@ bool identify(int directory, const std::string& name, socket_identity* identity)
     return true;
 }
 
-std::vector<std::string> list_sockets(int directory) {
-    std::vector<std::string> names;
-    // A folder that is only a path cannot be read.
-    const int readable = openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    DIR* entries = readable >= 0 ? fdopendir(readable) : nullptr;
-    if (entries == nullptr) {
-        unique_fd(readable).reset();
-        return names;
+unique_fd listen_at(int directory, const std::string& name, socket_identity* identity,
+                    android::status_t* status) {
+    static std::atomic<unsigned> count{0};
+    // Made under a name that nobody looks for, then moved: a service is there or not, never half.
+    const std::string making =
+        ".making-" + std::to_string(getpid()) + "-" + std::to_string(count.fetch_add(1));
+    unlinkat(directory, making.c_str(), 0);
+    unique_fd listener = make_socket(SOCK_NONBLOCK);
+    const sockaddr_un address = address_below(directory, making);
+    const bool made =
+        listener.valid() &&
+        bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+        listen(listener.get(), SOMAXCONN) == 0 && identify(directory, making, identity) &&
+        renameat(directory, making.c_str(), directory, name.c_str()) == 0;
+    *status = made ? 0 : -errno;
+    if (!made) {
+        unlinkat(directory, making.c_str(), 0);
+        listener.reset();
     }
-    while (const dirent* entry = readdir(entries)) {
-        if (!service_name(entry->d_name).empty()) {
-            names.emplace_back(entry->d_name);
-        }
+    return listener;
+}
+
+android::status_t connect_to(int directory, const std::string& name, int timeout_ms,
+                             unique_fd* connected, peer_identity* peer) {
+    const unique_fd file(openat(directory, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat kind = {};
+    if (!file.valid() || fstat(file.get(), &kind) != 0 || !S_ISSOCK(kind.st_mode)) {
+        return android::NAME_NOT_FOUND;
     }
-    closedir(entries);
-    return names;
+    const sockaddr_un address = address_below(file.get(), "");
+    unique_fd socket = make_socket(0);
+    // Connecting waits while the service's queue is full, as it is where that is busy, or stopped.
+    timeval patience = {};
+    patience.tv_sec = timeout_ms / 1000;
+    patience.tv_usec = timeout_ms % 1000 * 1000;
+    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    int error = EINTR;
+    while (error == EINTR) {
+        const bool done =
+            connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        error = done ? 0 : errno;
+    }
+    if (error == ENOENT || error == ECONNREFUSED) {
+        return android::NAME_NOT_FOUND;
+    }
+    if (error == EAGAIN) {
+        return android::TIMED_OUT;
+    }
+    if (error != 0 || !identify_peer(socket.get(), peer)) {
+        BINDER_LOG(ERROR, "the service '%s' cannot be reached: %s", name.c_str(), strerror(error));
+        return -error;
+    }
+    if (geteuid() != 0 && !may_connect(*peer)) {
+        BINDER_LOG(ERROR, "the service '%s' is offered by user %u and is not used", name.c_str(),
+                   static_cast<unsigned>(peer->uid));
+        return android::PERMISSION_DENIED;
+    }
+    *connected = std::move(socket);
+    return android::NO_ERROR;
+}
+
+bool identify_peer(int socket, peer_identity* peer) {
+    ucred credentials = {};
+    socklen_t size = sizeof credentials;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
+        return false;
+    }
+    *peer = {credentials.pid, credentials.uid};
+    return true;
+}
+
+bool may_connect(const peer_identity& peer) {
+    return peer.uid == geteuid() || peer.uid == 0;
 }
 
 }  // namespace corvex_binder

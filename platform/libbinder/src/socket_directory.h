@@ -6,24 +6,21 @@
 
 #include <string>
 #include <sys/types.h>
-#include <vector>
 
 #include <utils/Errors.h>
 #include <utils/String16.h>
 
+#include "peer.h"
 #include "unique_fd.h"
 
 namespace corvex_binder {
 
 // The folder, after its owner and mode have been checked. Not valid, with the status, where there
-// is none (NAME_NOT_FOUND, or made first with `create`) or it is not private; the latter is
-// logged, unless `quiet`.
-unique_fd open_socket_directory(bool create, bool quiet, android::status_t* status);
+// is none (NAME_NOT_FOUND, or made first with `create`) or it is not private; the latter is logged.
+unique_fd open_socket_directory(bool create, android::status_t* status);
 
 // The file name of a service's socket; empty where the name is empty or too long.
 std::string socket_name(const android::String16& service);
-// The service of a file name that socket_name() has made; empty for others.
-std::string service_name(const std::string& socket_name);
 
 // Which file a socket is, as long as it lives.
 struct socket_identity {
@@ -38,19 +35,14 @@ unique_fd listen_at(int directory, const std::string& name, socket_identity* ide
 // The socket that has the name now; false where there is none.
 bool identify(int directory, const std::string& name, socket_identity* identity);
 
-// A socket connected to who listens there, within the time, whose credentials have been checked.
-// Not valid where nobody does.
-unique_fd connect_to(int directory, const std::string& name, int timeout_ms);
-
-// The file names in the folder that may be services' sockets.
-std::vector<std::string> list_sockets(int directory);
+// A socket connected to who listens there, whose credentials have been checked. NAME_NOT_FOUND
+// where nobody does; TIMED_OUT where somebody does and is not free within the time (0: for ever);
+// PERMISSION_DENIED, with a line in the log, where that is another user.
+android::status_t connect_to(int directory, const std::string& name, int timeout_ms,
+                             unique_fd* connected, peer_identity* peer);
 
 // Whether the other end's process is ours, or root's. A listener's own end accepts no others;
 // towards a service, root takes anybody.
-struct peer_identity {
-    pid_t pid = -1;
-    uid_t uid = 0;
-};
 bool identify_peer(int socket, peer_identity* peer);
 bool may_connect(const peer_identity& peer);
 

@@ -81,6 +81,10 @@ struct Cookie : Input {
 // A block of bytes in a request or a reply; its bytes are aligned for any record.
 class Block {
   public:
+    Block() = default;
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
+
     // The next block of `parcel`: its size or -1 for a null pointer, then its bytes.
     bool read(const Parcel& parcel) {
         int32_t size = 0;
@@ -93,13 +97,13 @@ class Block {
         if (static_cast<uint32_t>(size) > kZuAvPlayerMaxBlockBytes) {
             return false;
         }
-        // One byte more than needed: an empty block is not a null pointer.
-        bytes_.reset(new (std::nothrow) std::byte[static_cast<size_t>(size) + 1]);
-        if (bytes_ == nullptr) {
-            return false;
-        }
         size_ = static_cast<uint32_t>(size);
-        return parcel.read(bytes_.get(), size_) == NO_ERROR;
+        bytes_ = inside_;
+        if (size_ > sizeof inside_) {
+            outside_.reset(new (std::nothrow) std::byte[size_]);
+            bytes_ = outside_.get();
+        }
+        return bytes_ != nullptr && parcel.read(bytes_, size_) == NO_ERROR;
     }
     static void write(Parcel* parcel, const void* bytes, uint32_t size) {
         if (bytes == nullptr) {
@@ -111,11 +115,14 @@ class Block {
             parcel->write(bytes, size);
         }
     }
-    void* bytes() const { return bytes_.get(); }
+    void* bytes() const { return bytes_; }
     uint32_t size() const { return size_; }
 
   private:
-    std::unique_ptr<std::byte[]> bytes_;
+    // Most records fit in here and need no heap.
+    alignas(std::max_align_t) std::byte inside_[64];
+    std::unique_ptr<std::byte[]> outside_;
+    std::byte* bytes_ = nullptr;
     uint32_t size_ = 0;
 };
 

@@ -3,6 +3,7 @@
 #include <limits>  // these two for binder/Parcel.h, which does not always include them
 #include <memory>
 
+#include <android/log.h>
 #include <binder/Parcel.h>
 #include <zuavplayer/IZuAvplayerObserver.h>
 
@@ -16,7 +17,25 @@ namespace {
 
 enum : uint32_t { ON_MESSAGE = IBinder::FIRST_CALL_TRANSACTION };
 
+bool fits(int msg, const void* data, uint32_t len) {
+    if (data == nullptr || len <= kZuAvPlayerMaxBlockBytes) {
+        return true;
+    }
+    __android_log_print(ANDROID_LOG_ERROR, "zuavplayer",
+                        "event %d with %u bytes of data is not delivered: at most %u are", msg, len,
+                        kZuAvPlayerMaxBlockBytes);
+    return false;
+}
+
 }  // namespace
+
+void send_event(const sp<IZuAvplayerObserver>& observer, int msg, void* data, uint32_t len,
+                int source) {
+    // An observer of another process checks for itself.
+    if (IInterface::asBinder(observer)->localBinder() == nullptr || fits(msg, data, len)) {
+        observer->onMessage(msg, data, len, source);
+    }
+}
 
 class BpZuAvplayerObserver : public BpInterface<IZuAvplayerObserver> {
   public:
@@ -24,6 +43,9 @@ class BpZuAvplayerObserver : public BpInterface<IZuAvplayerObserver> {
         : BpInterface<IZuAvplayerObserver>(impl) {}
 
     void onMessage(int msg, void* data, uint32_t len, int source) override {
+        if (!fits(msg, data, len)) {
+            return;
+        }
         Parcel request;
         request.writeInterfaceToken(IZuAvplayerObserver::descriptor);
         request.writeInt32(msg);
@@ -32,9 +54,7 @@ class BpZuAvplayerObserver : public BpInterface<IZuAvplayerObserver> {
         Block::write(&request, data, len);
         // The sender of an event can do nothing about an observer that has gone: its death notice
         // tells.
-        if (request.errorCheck() == NO_ERROR) {
-            remote()->transact(ON_MESSAGE, request, nullptr, IBinder::FLAG_ONEWAY);
-        }
+        remote()->transact(ON_MESSAGE, request, nullptr, IBinder::FLAG_ONEWAY);
     }
 };
 

@@ -1,8 +1,6 @@
 // BBinder: an object of this process. BpRefBase: what holds the object behind an interface's proxy.
 #pragma once
 
-#include <atomic>
-
 #include <binder/IBinder.h>
 
 #pragma GCC visibility push(default)
@@ -11,12 +9,13 @@ namespace android {
 
 class BBinder : public IBinder {
   public:
-    BBinder();
+    BBinder() = default;
+    BBinder(const BBinder&) = delete;
+    BBinder& operator=(const BBinder&) = delete;
 
     const String16& getInterfaceDescriptor() const override;
-    bool isBinderAlive() const override;
-    status_t pingBinder() override;
-    status_t dump(int fd, const Vector<String16>& args) override;
+    bool isBinderAlive() const override { return true; }
+    status_t pingBinder() override { return NO_ERROR; }
 
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
                       uint32_t flags = 0) override;
@@ -26,30 +25,13 @@ class BBinder : public IBinder {
     status_t unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie = nullptr,
                            uint32_t flags = 0, wp<DeathRecipient>* outRecipient = nullptr) override;
 
-    void attachObject(const void* objectID, void* object, void* cleanupCookie,
-                      object_cleanup_func func) override;
-    void* findObject(const void* objectID) const override;
-    void detachObject(const void* objectID) override;
-
-    BBinder* localBinder() override;
-
-    BBinder(const BBinder&) = delete;
-    BBinder& operator=(const BBinder&) = delete;
+    BBinder* localBinder() override { return this; }
 
   protected:
-    ~BBinder() override;
-
-    // Serves one call: on the caller's thread for calls from this process, else on one of the
-    // pool's. `reply` is never null. Hand on what you do not know.
+    // Serves one call: on the caller's thread for calls from this process, else on a thread of the
+    // library's. `reply` is never null. Hand on what you do not know.
     virtual status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                                 uint32_t flags = 0);
-
-  private:
-    class Extras;
-    Extras* extras();
-
-    // Made when it is first needed.
-    std::atomic<Extras*> mExtras{nullptr};
 };
 
 class BpRefBase : public virtual RefBase {
@@ -58,11 +40,9 @@ class BpRefBase : public virtual RefBase {
     BpRefBase& operator=(const BpRefBase&) = delete;
 
   protected:
-    explicit BpRefBase(const sp<IBinder>& o);
-    ~BpRefBase() override;
+    explicit BpRefBase(const sp<IBinder>& o) : mRemote(o) {}
 
-    inline IBinder* remote() { return mRemote.get(); }
-    inline IBinder* remote() const { return mRemote.get(); }
+    IBinder* remote() const { return mRemote.get(); }
 
   private:
     const sp<IBinder> mRemote;

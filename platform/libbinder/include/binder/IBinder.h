@@ -8,7 +8,6 @@
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
 #include <utils/String16.h>
-#include <utils/Vector.h>
 
 #define B_PACK_CHARS(c1, c2, c3, c4) ((((c1) << 24)) | (((c2) << 16)) | (((c3) << 8)) | (c4))
 
@@ -28,38 +27,32 @@ class IBinder : public virtual RefBase {
         LAST_CALL_TRANSACTION = 0x00ffffff,
 
         PING_TRANSACTION = B_PACK_CHARS('_', 'P', 'N', 'G'),
-        DUMP_TRANSACTION = B_PACK_CHARS('_', 'D', 'M', 'P'),
-        SHELL_COMMAND_TRANSACTION = B_PACK_CHARS('_', 'C', 'M', 'D'),
-        INTERFACE_TRANSACTION = B_PACK_CHARS('_', 'N', 'T', 'F'),
-        SYSPROPS_TRANSACTION = B_PACK_CHARS('_', 'S', 'P', 'R'),
 
         // The call returns once it is on its way; there is no reply.
         FLAG_ONEWAY = 0x00000001
     };
 
-    IBinder();
-
     // The object itself, with a new strong reference, where it is local and has this descriptor.
     virtual sp<IInterface> queryLocalInterface(const String16& descriptor);
 
-    // Of a proxy: asks the other process once and keeps the answer; empty while it cannot be asked.
+    // Empty for a proxy.
     virtual const String16& getInterfaceDescriptor() const = 0;
 
     virtual bool isBinderAlive() const = 0;
     virtual status_t pingBinder() = 0;
-    virtual status_t dump(int fd, const Vector<String16>& args) = 0;
 
     // Calls the object. `reply` may be null; otherwise it holds the answer afterwards, or the error
-    // (Parcel::errorCheck). On a proxy, beside what the object itself answers: DEAD_OBJECT when the
-    // other process is gone, TIMED_OUT when it does not answer, FAILED_TRANSACTION when the parcel
-    // is too large or too many calls are on their way, BAD_VALUE when the parcel does not hold
-    // together.
+    // (Parcel::errorCheck). Beside what the object itself answers: FAILED_TRANSACTION when a parcel
+    // has more than 256 KiB; and on a proxy DEAD_OBJECT when the other process is gone, TIMED_OUT
+    // when it does not answer, FAILED_TRANSACTION when either process is short of descriptors,
+    // threads or room for the call, INVALID_OPERATION when the parcel has an object of a third
+    // process, BAD_VALUE when it is malformed.
     virtual status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
                               uint32_t flags = 0) = 0;
 
     class DeathRecipient : public virtual RefBase {
       public:
-        // On a thread of this process's pool, exactly once for each link.
+        // On a thread of the library's, exactly once for each link.
         virtual void binderDied(const wp<IBinder>& who) = 0;
     };
 
@@ -74,23 +67,9 @@ class IBinder : public virtual RefBase {
                                    uint32_t flags = 0,
                                    wp<DeathRecipient>* outRecipient = nullptr) = 0;
 
-    virtual bool checkSubclass(const void* subclassID) const;
-
-    typedef void (*object_cleanup_func)(const void* id, void* obj, void* cleanupCookie);
-
-    // Hangs something on the object; `func`, if not null, is called when the object goes.
-    virtual void attachObject(const void* objectID, void* object, void* cleanupCookie,
-                              object_cleanup_func func) = 0;
-    virtual void* findObject(const void* objectID) const = 0;
-    // Without calling its cleanup function.
-    virtual void detachObject(const void* objectID) = 0;
-
     // This object as what it is; null where it is the other.
-    virtual BBinder* localBinder();
-    virtual BpBinder* remoteBinder();
-
-  protected:
-    ~IBinder() override;
+    virtual BBinder* localBinder() { return nullptr; }
+    virtual BpBinder* remoteBinder() { return nullptr; }
 };
 
 }  // namespace android

@@ -14,13 +14,13 @@ namespace android {
 
 class IInterface : public virtual RefBase {
   public:
-    IInterface();
     // The object behind an interface; null for null.
-    static sp<IBinder> asBinder(const IInterface* iface);
-    static sp<IBinder> asBinder(const sp<IInterface>& iface);
+    static sp<IBinder> asBinder(const IInterface* iface) {
+        return iface != nullptr ? const_cast<IInterface*>(iface)->onAsBinder() : nullptr;
+    }
+    static sp<IBinder> asBinder(const sp<IInterface>& iface) { return asBinder(iface.get()); }
 
   protected:
-    ~IInterface() override;
     virtual IBinder* onAsBinder() = 0;
 };
 

@@ -3,8 +3,6 @@
 
 #include <sys/types.h>
 
-#include <utils/Errors.h>
-
 #pragma GCC visibility push(default)
 
 namespace corvex_binder {
@@ -17,25 +15,13 @@ class IPCThreadState {
   public:
     // Never null; valid on its own thread, while that lives.
     static IPCThreadState* self();
-    static IPCThreadState* selfOrNull();
 
     // Who made the call that this thread is serving; this process itself when it serves none.
-    pid_t getCallingPid() const;
-    uid_t getCallingUid() const;
-    // Takes this process's identity for the rest of the call; restore takes what clear answered.
-    int64_t clearCallingIdentity();
-    void restoreCallingIdentity(int64_t token);
+    pid_t getCallingPid() const { return mCallingPid; }
+    uid_t getCallingUid() const { return mCallingUid; }
 
-    void setStrictModePolicy(int32_t policy);
-    int32_t getStrictModePolicy() const;
-    void setLastTransactionBinderFlags(int32_t flags);
-    int32_t getLastTransactionBinderFlags() const;
-
-    // Nothing is ever held back, so there is nothing to do.
-    void flushCommands();
-
-    // Serves calls on this thread; does not return.
-    void joinThreadPool(bool isMain = true);
+    // Gives this thread to the library, for one-way calls and notices; does not return.
+    void joinThreadPool();
 
     IPCThreadState(const IPCThreadState&) = delete;
     IPCThreadState& operator=(const IPCThreadState&) = delete;
@@ -46,8 +32,6 @@ class IPCThreadState {
 
     pid_t mCallingPid;
     uid_t mCallingUid;
-    int32_t mStrictModePolicy = 0;
-    int32_t mLastTransactionBinderFlags = 0;
 };
 
 }  // namespace android

@@ -22,9 +22,6 @@
 #pragma GCC visibility push(default)
 namespace android {
 
-// The most bytes that a structure or a text of one call may have where it leaves the process.
-constexpr uint32_t kZuAvPlayerMaxBlockBytes = 256 * 1024;
-
 class IZuAvPlayer : public IInterface {
   public:
     DECLARE_META_INTERFACE(ZuAvPlayer)

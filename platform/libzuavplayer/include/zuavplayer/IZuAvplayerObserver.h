@@ -10,6 +10,10 @@
 #pragma GCC visibility push(default)
 namespace android {
 
+// The most bytes that a structure, a text or the data of an event may have. With the rest of its
+// call it fits into a parcel.
+constexpr uint32_t kZuAvPlayerMaxBlockBytes = 255 * 1024;
+
 class IZuAvplayerObserver : public IInterface {
   public:
     DECLARE_META_INTERFACE(ZuAvplayerObserver)
@@ -20,6 +24,11 @@ class IZuAvplayerObserver : public IInterface {
     // wait for it where the observer lives in another process.
     virtual void onMessage(int msg, void* data, uint32_t len, int source) = 0;
 };
+
+// How an event is sent: one whose data are too large is not delivered, wherever the observer lives,
+// and a log line says so.
+void send_event(const sp<IZuAvplayerObserver>& observer, int msg, void* data, uint32_t len,
+                int source);
 
 // The native base of an observer: decodes an event and calls onMessage.
 class BnZuAvplayerObserver : public BnInterface<IZuAvplayerObserver> {

@@ -1,0 +1,91 @@
+// A client that speaks to a service's socket by itself, and need not keep to the protocol.
+#pragma once
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <vector>
+
+#include "platform/libbinder/src/message.h"
+
+using bytes = std::vector<uint8_t>;
+
+// The bytes of records and of byte strings, one after the other.
+template <typename... Parts>
+bytes join(const Parts&... parts) {
+    bytes all;
+    const auto add = [&all](const auto& part) {
+        if constexpr (std::is_same_v<std::decay_t<decltype(part)>, bytes>) {
+            all.insert(all.end(), part.begin(), part.end());
+        } else {
+            const auto* from = reinterpret_cast<const uint8_t*>(&part);
+            all.insert(all.end(), from, from + sizeof part);
+        }
+    };
+    (add(parts), ...);
+    return all;
+}
+
+inline bytes hello(const char* magic = corvex_binder::kWireMagic,
+                   uint32_t version = corvex_binder::kWireVersion) {
+    corvex_binder::hello_message message = {corvex_binder::kHello, version, {}, 0, 0};
+    memcpy(message.magic, magic, sizeof message.magic);
+    return join(message);
+}
+
+class raw_socket {
+  public:
+    explicit raw_socket(corvex_binder::unique_fd&& socket) : socket_(std::move(socket)) {}
+    explicit raw_socket(const std::string& path)
+        : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        EXPECT_EQ(connect(socket_.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    }
+    // Has said hello and got an answer.
+    static raw_socket greeted(const std::string& path) {
+        raw_socket made(path);
+        made.send(hello());
+        EXPECT_EQ(made.receive().size(), sizeof(corvex_binder::hello_message));
+        return made;
+    }
+    // A new channel for calls, handed over, or closed where the other end takes none.
+    raw_socket make_channel() {
+        corvex_binder::unique_fd ours;
+        corvex_binder::unique_fd theirs;
+        EXPECT_TRUE(corvex_binder::make_socket_pair(&ours, &theirs));
+        send(join(corvex_binder::plain_message{corvex_binder::kChannel, 0}), {theirs.get()});
+        return raw_socket(std::move(ours));
+    }
+
+    // False where the other end has closed, or does not take more for now.
+    bool send(const bytes& what, const std::vector<int>& descriptors = {}) {
+        const iovec part = {const_cast<uint8_t*>(what.data()), what.size()};
+        return corvex_binder::send_message(socket_.get(), &part, 1, descriptors.data(),
+                                           descriptors.size(), MSG_DONTWAIT) == 0;
+    }
+    // The next message; empty where the other end has closed instead.
+    bytes receive() {
+        pollfd readable = {socket_.get(), POLLIN, 0};
+        EXPECT_EQ(poll(&readable, 1, 60000), 1) << "neither closed nor answered";
+        bytes room(corvex_binder::kMaxMessageBytes);
+        corvex_binder::received_message message;
+        corvex_binder::receive_message(socket_.get(), room.data(), room.size(), MSG_DONTWAIT,
+                                       &message);
+        room.resize(message.bytes > 0 ? static_cast<size_t>(message.bytes) : 0);
+        return room;
+    }
+    bool is_closed() {
+        while (!receive().empty()) {
+        }
+        return true;
+    }
+    int fd() const { return socket_.get(); }
+
+  private:
+    corvex_binder::unique_fd socket_;
+};
