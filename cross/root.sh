@@ -93,8 +93,9 @@ quietly() {
   }
 }
 # A list that is missing or fails its check is not used, and those that are left may do: every
-# package is checked against a signed list in any case.
-quietly apt-get update -q ||
+# package is checked against a signed list in any case. Left to itself apt-get calls an update without
+# a network a success, and its reason would not be seen.
+quietly apt-get update -q -o APT::Update::Error-Mode=any ||
   printf 'dev: apt-get could not get all package lists for %s (above); %s\n' "$arch" \
     "going on with those that it got, so packages may lack their latest updates" >&2
 rm -f "$apt"/archives/*.deb
