@@ -163,23 +163,32 @@ TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
 
 // This process has all the calls waiting, one-way calls blocked and connections made that it may.
 TEST_F(BinderRemoteTest, ProcessThatTakesAllItCanLeavesEnoughForOthers) {
-    std::vector<raw_socket> kept;
-    for (int i = 0; i < 20; ++i) {
-        raw_socket client(folder() + "/probe");
-        client.send(hello());
-        client.receive();
-        for (int j = 0; j < 8; ++j) {
-            kept.push_back(client.make_channel());
-            kept.back().send(call({0, 0}, {}, kServiceObject, i == 0 ? kMakeObject : kBlock));
-            wire_object made = {};
-            if (i == 0) {
-                const bytes reply = kept.back().receive();
-                memcpy(&made, reply.data() + sizeof(reply_message), sizeof made);
-                client.send(join(call_message{kOnewayCall, kBlock, 0, made.object, 1, 0, {}}));
-            }
-        }
-        kept.push_back(std::move(client));
+    raw_socket client = raw_socket::greeted(folder() + "/probe");
+    raw_socket channel = client.make_channel();
+    for (uint64_t i = 1; i <= 70; ++i) {
+        call_message wanted = {kCall, kMakeObject, i, kServiceObject, 0, 0, {0, 0}};
+        channel.send(join(wanted));
+        wire_object made = {};
+        memcpy(&made, channel.receive().data() + sizeof(reply_message), sizeof made);
+        client.send(join(call_message{kOnewayCall, kBlock, 0, made.object, 1, 0, {0, 0}}));
     }
+    std::vector<raw_socket> kept;
+    for (int i = 0; i < 80; ++i) {
+        kept.push_back(client.make_channel());
+        kept.back().send(call({0, 0}, {}, kServiceObject, kBlock));
+    }
+    const bytes refusal = kept.back().receive();
+    EXPECT_EQ(message_type_of(refusal.data(), refusal.size()), kRefused);
+    for (int i = 0; i < 20; ++i) {
+        kept.emplace_back(folder() + "/probe");
+        kept.back().send(hello());
+    }
+    hello_message answer = {};
+    bytes said = kept.back().receive();
+    said = said.empty() ? kept.back().receive() : said;  // behind that it has closed
+    ASSERT_EQ(said.size(), sizeof answer);
+    memcpy(&answer, said.data(), sizeof answer);
+    EXPECT_EQ(answer.status, android::FAILED_TRANSACTION);
     const child_process another(probe_service, {"--watched", "probe"});
 }
 
