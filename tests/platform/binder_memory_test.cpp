@@ -78,6 +78,17 @@ TEST_F(BinderTest, PartOutsideItsHeapHasNoAddress) {
     EXPECT_EQ(sp<IMemory>(new MemoryBase(nullptr, 0, 1))->pointer(), nullptr);
 }
 
+TEST_F(BinderTest, CallForAnotherInterfaceIsRefused) {
+    const sp<IBinder> object = new MemoryBase(new MemoryHeapBase(1), 0, 1);
+    for (const char* token : {"", "android.utils.IMemor", "android.utils.IMemory2"}) {
+        android::Parcel data;
+        data.writeInterfaceToken(android::String16(token));
+        EXPECT_EQ(object->transact(IBinder::FIRST_CALL_TRANSACTION, data, nullptr),
+                  android::PERMISSION_DENIED);
+    }
+    EXPECT_EQ(log_.count_containing("came to 'android.utils.IMemory' and was refused"), 3);
+}
+
 TEST_F(BinderRemoteTest, BothSidesSeeTheSameMemory) {
     const sp<MemoryHeapBase> heap = new MemoryHeapBase(65536);
     const sp<IMemory> memory = new MemoryBase(heap, 100, 5000);
@@ -122,8 +133,8 @@ TEST_F(BinderRemoteTest, ForgedMemoryIsNotMapped) {
     for (const heap_forgery forgery :
          {kRegularFile, kUnsealedMemfd, kShortMemfd, kOutsideHeap, kNoDescriptor}) {
         const int files = count_entries("fd");
-        const auto memory = android::interface_cast<IMemory>(
-            ask(probe_, kForgeHeap, int32_t{forgery}).object());
+        const auto memory =
+            android::interface_cast<IMemory>(ask(probe_, kForgeHeap, int32_t{forgery}).object());
         ASSERT_NE(memory, nullptr);
         log_.clear();
         EXPECT_EQ(memory->pointer(), nullptr) << forgery;

@@ -19,8 +19,8 @@ bool is_open(int fd) {
     return fcntl(fd, F_GETFD) >= 0;
 }
 
-// Behind so many bytes that it is on the heap, in a block of exactly that size: reading past the end
-// is seen.
+// Behind so many bytes that it is on the heap, in a block of exactly that size: reading past the
+// end is seen.
 constexpr size_t kAhead = 256;
 
 void set_words(Parcel& parcel, const std::vector<int32_t>& words) {

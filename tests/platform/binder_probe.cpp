@@ -158,13 +158,6 @@ status_t probe::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uin
             _exit(0);
         case kExit:
             exit(0);
-        case kReadDescriptor: {
-            char text[64] = "";
-            const ssize_t got = read(data.readFileDescriptor(), text, sizeof text);
-            return got < 0
-                       ? -errno
-                       : reply->writeString16(android::String16(text, static_cast<size_t>(got)));
-        }
         case kOpenFiles:
             reply->writeInt32(count_entries("fd"));
             return reply->writeInt32(count_entries("task"));
@@ -183,7 +176,6 @@ status_t probe::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uin
         case kDrop:
         case kKept:
         case kAskKept:
-        case kIsKept:
         case kIsMe:
         case kMakeObject:
         case kObjects:
@@ -219,8 +211,6 @@ status_t probe::serve_objects(uint32_t code, const Parcel& data, Parcel* reply) 
             return reply->writeStrongBinder(kept());
         case kAskKept:
             return ask(kept(), kEcho, 0, "").status;
-        case kIsKept:
-            return reply->writeBool(data.readStrongBinder() == kept());
         case kIsMe:
             return reply->writeBool(data.readStrongBinder() == this);
         case kMakeObject:

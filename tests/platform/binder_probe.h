@@ -20,7 +20,6 @@ enum probe_code : uint32_t {
     kDrop,                                             // ->; lets go of it
     kKept,                                             // -> the object that it keeps
     kAskKept,     // -> what kEcho of the object that it keeps answers
-    kIsKept,      // object -> whether it is that which it keeps
     kIsMe,        // object -> whether it is the probe itself
     kMakeObject,  // -> a new probe
     kObjects,     // -> how many probes there are in the process
@@ -37,10 +36,9 @@ enum probe_code : uint32_t {
     kFillHeap,    // memory, byte -> how many bytes; fills it
     kMakeMemory,  // size, flags -> a memory of a new heap, filled with 0x5a
     kForgeHeap,   // heap_forgery -> something that claims to be a memory
-    kReadDescriptor,  // descriptor -> the string that can be read from it
-    kOpenFiles,       // -> how many descriptors the process has, how many threads
-    kReplyBytes,      // size -> so many bytes
-    kStarve,          // shortage ->
+    kOpenFiles,   // -> how many descriptors the process has, how many threads
+    kReplyBytes,  // size -> so many bytes
+    kStarve,      // shortage ->
 };
 
 enum heap_forgery : int32_t {

@@ -1,6 +1,6 @@
 // A process that offers probes under the names it is given, until it is killed; with --use before a
-// name it does all it can with that service instead, with --watched it only gives it an object that is
-// watched.
+// name it does all it can with that service instead, with --watched it only gives it an object that
+// is watched.
 
 #include <cstdio>
 
@@ -40,6 +40,9 @@ int main(int argc, char** argv) {
             theirs = ask(service, kMakeObject).object();
             ask(service, kKeep, mine);
             ask(service, kWatch, mine);
+            tell(theirs, kNote, 1);
+            while (ask(theirs, kNotes).number() != 1) {
+            }
         }
         std::puts("ready");
         std::fflush(stdout);

@@ -1,6 +1,7 @@
 // A client that speaks to a service's socket by itself, and need not keep to the protocol.
 #pragma once
 
+#include <cerrno>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -68,16 +69,11 @@ class raw_socket {
         return corvex_binder::send_message(socket_.get(), &part, 1, descriptors.data(),
                                            descriptors.size(), MSG_DONTWAIT) == 0;
     }
-    // The next message; empty where the other end has closed instead.
+    // The next message; empty where the other end has closed instead. What it said before it closed
+    // comes after the error.
     bytes receive() {
-        pollfd readable = {socket_.get(), POLLIN, 0};
-        EXPECT_EQ(poll(&readable, 1, 60000), 1) << "neither closed nor answered";
-        bytes room(corvex_binder::kMaxMessageBytes);
-        corvex_binder::received_message message;
-        corvex_binder::receive_message(socket_.get(), room.data(), room.size(), MSG_DONTWAIT,
-                                       &message);
-        room.resize(message.bytes > 0 ? static_cast<size_t>(message.bytes) : 0);
-        return room;
+        const bytes first = receive_once();
+        return first.empty() && errno == ECONNRESET ? receive_once() : first;
     }
     bool is_closed() {
         while (!receive().empty()) {
@@ -87,5 +83,17 @@ class raw_socket {
     int fd() const { return socket_.get(); }
 
   private:
+    bytes receive_once() {
+        pollfd readable = {socket_.get(), POLLIN, 0};
+        EXPECT_EQ(poll(&readable, 1, 60000), 1) << "neither closed nor answered";
+        bytes room(corvex_binder::kMaxMessageBytes);
+        errno = 0;
+        corvex_binder::received_message message;
+        corvex_binder::receive_message(socket_.get(), room.data(), room.size(), MSG_DONTWAIT,
+                                       &message);
+        room.resize(message.bytes > 0 ? static_cast<size_t>(message.bytes) : 0);
+        return room;
+    }
+
     corvex_binder::unique_fd socket_;
 };

@@ -5,80 +5,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <binder/IInterface.h>
-
 #include "tests/platform/binder_fixture.h"
 
 using android::IBinder;
 using android::sp;
 using android::String16;
-
-namespace {
-
-class IThing : public android::IInterface {
-  public:
-    DECLARE_META_INTERFACE(Thing)
-    virtual int32_t twice(int32_t value) = 0;
-};
-
-class BpThing : public android::BpInterface<IThing> {
-  public:
-    explicit BpThing(const sp<IBinder>& remote) : BpInterface<IThing>(remote) {}
-    int32_t twice(int32_t value) override {
-        android::Parcel data;
-        android::Parcel reply;
-        data.writeInterfaceToken(IThing::getInterfaceDescriptor());
-        data.writeInt32(value);
-        const android::status_t status = remote()->transact(1, data, &reply);
-        return status == android::NO_ERROR ? reply.readInt32() : status;
-    }
-};
-
-IMPLEMENT_META_INTERFACE(Thing, "corvex.test.IThing")
-
-class thing : public android::BnInterface<IThing> {
-  public:
-    int32_t twice(int32_t value) override { return 2 * value; }
-    android::status_t onTransact(uint32_t code, const android::Parcel& data, android::Parcel* reply,
-                                 uint32_t flags) override {
-        if (code != 1) {
-            return android::BBinder::onTransact(code, data, reply, flags);
-        }
-        CHECK_INTERFACE(IThing, data, reply);
-        return reply->writeInt32(twice(data.readInt32()));
-    }
-};
-
-}  // namespace
-
-TEST_F(BinderTest, LocalServiceIsCalledDirectly) {
-    const sp<IThing> made = new thing;
-    ASSERT_EQ(add("thing", android::IInterface::asBinder(made)), android::NO_ERROR);
-    EXPECT_EQ(find("thing"), android::IInterface::asBinder(made));
-    EXPECT_EQ(android::interface_cast<IThing>(find("thing")), made);
-    sp<IThing> found;
-    ASSERT_EQ(android::getService(String16("thing"), &found), android::NO_ERROR);
-    EXPECT_EQ(found->twice(21), 42);
-    EXPECT_EQ(android::interface_cast<IThing>(nullptr), nullptr);
-    EXPECT_EQ(android::IInterface::asBinder(sp<IThing>()), nullptr);
-    // What is no thing gets a proxy, whose calls the object refuses.
-    const sp<IBinder> other = new android::BBinder;
-    const sp<IThing> not_one = android::interface_cast<IThing>(other);
-    EXPECT_EQ(android::IInterface::asBinder(not_one), other);
-    EXPECT_EQ(not_one->twice(1), android::UNKNOWN_TRANSACTION);
-}
-
-TEST_F(BinderTest, CallForAnotherInterfaceIsRefused) {
-    const sp<IBinder> object = new thing;
-    for (const char* token : {"", "corvex.test.IThin", "corvex.test.IThing2"}) {
-        android::Parcel data;
-        android::Parcel reply;
-        data.writeInterfaceToken(String16(token));
-        EXPECT_EQ(object->transact(1, data, &reply), android::PERMISSION_DENIED) << token;
-    }
-    android::Parcel nothing;
-    EXPECT_EQ(object->transact(1, nothing, nullptr), android::PERMISSION_DENIED);
-}
 
 TEST_F(BinderTest, LocalObjectKnowsNoDeathAndTheSameLimitAsARemoteOne) {
     const sp<IBinder> object = new probe;
@@ -213,8 +144,8 @@ TEST_F(BinderTest, ManyClientsThatStartAtOnceAllFindTheService) {
     std::mutex mutex;
     for (int i = 0; i < 40; ++i) {
         starters.emplace_back([&] {
-            auto made = std::make_unique<child_process>(
-                probe_service, std::vector<std::string>{"--use", "probe"});
+            auto made = std::make_unique<child_process>(probe_service,
+                                                        std::vector<std::string>{"--use", "probe"});
             const std::lock_guard<std::mutex> lock(mutex);
             clients.push_back(std::move(made));
         });

@@ -72,7 +72,7 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     friend class served_channels;
 
     // Sending: outgoing_call.cpp.
-    enum class reply_state { answered, late, none, interrupted, ended };
+    enum class reply_state { answered, late, none, interrupted, ended, refused };
     android::status_t call_oneway(const call_message& call, outgoing_parcel& parcel);
     android::status_t call_and_wait(call_message& call, outgoing_parcel& parcel,
                                     android::Parcel* reply);
@@ -81,7 +81,7 @@ class connection : public endpoint, public std::enable_shared_from_this<connecti
     reply_state receive_reply(call_channel& channel, int flags, android::Parcel* reply,
                               android::status_t* status);
     android::status_t note_silence(uint32_t code, int waited_ms);
-    android::status_t note_end();
+    android::status_t note_end(bool is_refused);
     bool tell(control_socket::result result);
 
     // Receiving, on the loop's thread: connection_receive.cpp. False ends the connection.

@@ -105,12 +105,13 @@ status_t connection::call_and_wait(call_message& call, outgoing_parcel& parcel, 
                  strerror(error));
         status = android::FAILED_TRANSACTION;
     }
-    channels_.put(channel, state == reply_state::ended);
+    channels_.put(channel, state == reply_state::ended || state == reply_state::refused);
     switch (state) {
         case reply_state::none:
             return note_silence(call.code, timeout_ms);
         case reply_state::ended:
-            return note_end();
+        case reply_state::refused:
+            return note_end(state == reply_state::refused);
         default:
             if (other_->is_silent.load(std::memory_order_relaxed) && error == 0) {
                 other_->is_silent = false;
@@ -146,12 +147,19 @@ connection::reply_state connection::receive_reply(call_channel& channel, int fla
                                                   status_t* status) {
     received_message message;
     receive_message(channel.socket.get(), channel.room.get(), kMaxMessageBytes, flags, &message);
-    if (message.bytes < 0 && (errno == EINTR || errno == EAGAIN)) {
-        return errno == EINTR ? reply_state::interrupted : reply_state::none;
+    if (message.bytes < 0 && errno == EAGAIN) {
+        return reply_state::none;
+    }
+    // What was said before a reset is still to be received.
+    if (message.bytes < 0 && (errno == EINTR || errno == ECONNRESET)) {
+        return reply_state::interrupted;
     }
     reply_message fixed = {};
     const auto size = static_cast<size_t>(message.bytes > 0 ? message.bytes : 0);
-    if (size == 0 || message_type_of(channel.room.get(), size) == kRefused) {
+    if (message_type_of(channel.room.get(), size) == kRefused) {
+        return reply_state::refused;
+    }
+    if (size == 0) {
         return reply_state::ended;
     }
     if (!decode_fixed(channel.room.get(), size, &fixed, sizeof fixed) || fixed.type != kReply ||
@@ -195,8 +203,8 @@ status_t connection::note_silence(uint32_t code, int waited_ms) {
 }
 
 // A channel has ended: with the process, or because that serves no more of them.
-status_t connection::note_end() {
-    if (!control_.is_open() || control_.other_end_goes(kNoticeMs)) {
+status_t connection::note_end(bool is_refused) {
+    if (!is_refused && (!control_.is_open() || control_.other_end_goes(kNoticeMs))) {
         return android::DEAD_OBJECT;
     }
     complain(other_->lines, complaint::channel_refused,
@@ -214,10 +222,10 @@ void connection::on_tick() {
     for (call_channel* channel : owing) {
         reply_state state = reply_state::late;
         status_t ignored = android::NO_ERROR;
-        while (state == reply_state::late) {
+        while (state == reply_state::late || state == reply_state::interrupted) {
             state = receive_reply(*channel, MSG_DONTWAIT, nullptr, &ignored);
         }
-        channels_.put(channel, state == reply_state::ended);
+        channels_.put(channel, state == reply_state::ended || state == reply_state::refused);
     }
     channels_.close_idle();
 }

@@ -47,9 +47,13 @@ status_t say_hello(int socket, const std::string& name) {
     }
     uint8_t room[sizeof(hello_message)];
     received_message message;
-    do {
+    // One that refuses us may have closed its end already; what it said comes after that error.
+    for (int resets = 0;;) {
         receive_message(socket, room, sizeof room, 0, &message);
-    } while (message.bytes < 0 && errno == EINTR);
+        if (message.bytes >= 0 || (errno != EINTR && (errno != ECONNRESET || resets++ > 0))) {
+            break;
+        }
+    }
     if (message.bytes < 0) {
         return errno == EAGAIN ? android::TIMED_OUT : android::NAME_NOT_FOUND;
     }

@@ -23,18 +23,6 @@ class IServiceManager : public virtual RefBase {
 // Never null.
 sp<IServiceManager> defaultServiceManager();
 
-template <typename INTERFACE>
-status_t getService(const String16& name, sp<INTERFACE>* outService) {
-    const sp<IServiceManager> sm = defaultServiceManager();
-    if (sm != nullptr) {
-        *outService = interface_cast<INTERFACE>(sm->getService(name));
-        if ((*outService) != nullptr) {
-            return NO_ERROR;
-        }
-    }
-    return NAME_NOT_FOUND;
-}
-
 }  // namespace android
 
 #pragma GCC visibility pop
