@@ -38,7 +38,6 @@ DIFFERENCES = [
     ("CMake", "cflags", "-D*_EXPORTS", "CMake adds it; no source looks at it"),
     ("CMake", "ldflags", "-Wl,--no-undefined", "Soong links every shared library so"),
     ("CMake", "ldflags", "-Wl,-rpath,*", "a device's libraries are where its linker looks"),
-    ("CMake", "ldflags", "-Wl,-rpath-link,*", "the same, while linking"),
     ("Soong", "cflags", "--system-header-prefix=*", "CMake takes all but our own libraries' headers with -isystem"),
     ("Soong", "cflags", "-Wno-deprecated-declarations", "our own libtinyalsa marks nothing deprecated"),
     ("Soong", "cflags", "-DDO_NOT_CHECK_MANUAL_BINDER_INTERFACES", "our own libbinder checks no names"),
