@@ -169,7 +169,9 @@ TEST_F(BinderRemoteTest, ProcessThatTakesAllItCanLeavesEnoughForOthers) {
         call_message wanted = {kCall, kMakeObject, i, kServiceObject, 0, 0, {0, 0}};
         channel.send(join(wanted));
         wire_object made = {};
-        memcpy(&made, channel.receive().data() + sizeof(reply_message), sizeof made);
+        const bytes reply = channel.receive();
+        ASSERT_GE(reply.size(), sizeof(reply_message) + sizeof made);
+        memcpy(&made, reply.data() + sizeof(reply_message), sizeof made);
         client.send(join(call_message{kOnewayCall, kBlock, 0, made.object, 1, 0, {0, 0}}));
     }
     std::vector<raw_socket> kept;

@@ -95,7 +95,7 @@ void make_room_for_messages(int socket) {
 void set_receive_timeout(int socket, int timeout_ms) {
     timeval timeout = {};
     timeout.tv_sec = timeout_ms / 1000;
-    timeout.tv_usec = timeout_ms % 1000 * 1000;
+    timeout.tv_usec = timeout_ms % 1000 * 1000L;
     setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
 }
 

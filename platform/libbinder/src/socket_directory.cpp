@@ -180,7 +180,7 @@ android::status_t connect_to(int directory, const std::string& name, int timeout
     // Connecting waits while the service's queue is full, as it is where that is busy, or stopped.
     timeval patience = {};
     patience.tv_sec = timeout_ms / 1000;
-    patience.tv_usec = timeout_ms % 1000 * 1000;
+    patience.tv_usec = timeout_ms % 1000 * 1000L;
     setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
     int error = EINTR;
     while (error == EINTR) {
