@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 #include <android/log.h>
@@ -119,8 +120,17 @@ int measure_all() {
     for (const subject_entry& entry : subjects) {
         worst = std::max(worst, in_child(entry));
     }
-    const auto module_bytes = static_cast<double>(std::filesystem::file_size(CORVEX_STRIPPED_FILE));
-    const bool held = print_count("module, stripped: bytes", module_bytes, 0, most_module_bytes);
+    std::error_code error;
+    const auto module_bytes = std::filesystem::file_size(CORVEX_STRIPPED_FILE, error);
+    if (error) {
+        std::fprintf(stderr,
+                     "bench: cannot read " CORVEX_STRIPPED_FILE
+                     ": %s; run ./dev bench, which makes it\n",
+                     error.message().c_str());
+        return exit_not_measured;
+    }
+    const bool held = print_count("module, stripped: bytes", static_cast<double>(module_bytes), 0,
+                                  most_module_bytes);
     return std::max<int>(worst, held ? exit_held : exit_missed);
 }
 
