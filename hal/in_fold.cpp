@@ -17,18 +17,14 @@ void fold_frames(const int16_t* samples, uint32_t card_channels, char* mono, siz
     }
 }
 
-// Frames of two channels in one piece. Constant counts and halves that stay in 16 bits are what it
-// takes for compilers to make vector code of this at -O2.
+// Frames of two channels in one piece: constant counts are what it takes for compilers to make vector
+// code of this at -O2.
 constexpr size_t piece_frames = 32;
 
 void fold_stereo_piece(const int16_t* samples, char* mono) {
-    int16_t halves[2 * piece_frames];
-    for (size_t i = 0; i < 2 * piece_frames; ++i) {
-        halves[i] = static_cast<int16_t>(samples[i] / 2);
-    }
     int16_t folded[piece_frames];
     for (size_t i = 0; i < piece_frames; ++i) {
-        folded[i] = static_cast<int16_t>(halves[2 * i] + halves[2 * i + 1]);
+        folded[i] = static_cast<int16_t>(samples[2 * i] / 2 + samples[2 * i + 1] / 2);
     }
     memcpy(mono, folded, sizeof(folded));
 }
