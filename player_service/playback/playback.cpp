@@ -49,8 +49,7 @@ playback::~playback() {
             status_.gaps, status_.overlaps, status_.reordered);
     }
     if (status_.underruns > 0) {
-        LOGW("player 0x%08x: the sound card ran dry %u times in all", setup_.player,
-             status_.underruns);
+        LOGW("player 0x%08x: underruns in all: %u", setup_.player, status_.underruns);
     }
     if (status_.damaged_units > 0) {
         LOGW("player 0x%08x: %u of %u units were damaged", setup_.player, status_.damaged_units,
@@ -143,7 +142,7 @@ void playback::note_underrun(const playback_gate& gate) {
     const steady_clock::time_point now = steady_clock::now();
     if (now - underrun_logged_at_ >= kUnderrunLogEvery) {
         underrun_logged_at_ = now;
-        LOGW("player 0x%08x: the sound card ran dry; %u times so far", setup_.player,
+        LOGW("player 0x%08x: the card ran out of sound; underruns so far: %u", setup_.player,
              status_.underruns);
     }
 }
