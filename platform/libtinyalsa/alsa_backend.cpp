@@ -12,6 +12,7 @@
 #include "alsa_params.h"
 #include "alsa_transfer.h"
 #include "pcm_handle.h"
+#include "xruns.h"
 
 namespace tinyalsa {
 
@@ -128,6 +129,7 @@ int alsa_stop(pcm& handle) {
 }
 
 void alsa_close(pcm& handle) {
+    tell_rest_of_xruns(handle);
     const stream_ptr stream(stream_of(handle));
     snd_pcm_drop(stream.get());
 }

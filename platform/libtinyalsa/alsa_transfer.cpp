@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "pcm_handle.h"
+#include "xruns.h"
 
 namespace tinyalsa {
 
@@ -57,6 +58,7 @@ long transfer(pcm& handle, unsigned long frames, Move move) {
     unsigned long done = 0;
     int fruitless = 0;
     int error = make_ready(handle);
+    look_for_xrun(handle);
     while (done < frames) {
         const long result = error < 0 ? error : move(done, frames - done);
         error = 0;
@@ -64,6 +66,9 @@ long transfer(pcm& handle, unsigned long frames, Move move) {
             done += static_cast<unsigned long>(result);
             fruitless = 0;
             continue;
+        }
+        if (result == -EPIPE) {
+            note_xrun(handle);
         }
         const remedy cure = find_remedy(handle, result);
         if (cure == remedy::again) {

@@ -49,6 +49,12 @@ struct pcm {
     pcm_config config = {};
     unsigned frame_bytes = 0;    // 0: an impossible request
     unsigned buffer_frames = 0;  // 0 while not ready
+    struct {
+        unsigned long count = 0;
+        unsigned long told = 0;  // count, in the latest log line
+        time_t told_at_s = 0;
+        bool is_in_one = false;  // since the latest transfer at least
+    } xruns;
     char error[768] = "";
 
     bool is_capture() const { return (flags & PCM_IN) != 0; }

@@ -1,6 +1,7 @@
 #include "player_service/playback/ac3_decoder.h"
 
 extern "C" {
+#include <libavcodec/ac3_parser.h>
 #include <libavcodec/avcodec.h>
 }
 
@@ -20,6 +21,30 @@ namespace {
 // So many timestamps may wait for their unit: one comes with every chunk, and a unit is shorter
 // than this many chunks of a byte each.
 constexpr size_t kMaxMarks = 8192;
+
+// No frame is shorter, and FFmpeg looks no further ahead for a header.
+constexpr size_t kMinFrameBytes = 64;
+
+// A unit of E-AC-3 has up to 8 programs of up to 9 frames of 4 KiB.
+constexpr size_t kMaxUnitBytes = size_t{8} * 9 * 4096;
+
+// How many frames these bytes are; 0 where the last one is cut, or anything else is among them.
+size_t count_frames(const uint8_t* bytes, size_t size) {
+    size_t count = 0;
+    while (size > 0) {
+        uint8_t stream_id = 0;
+        uint16_t frame_bytes = 0;
+        if (size < kMinFrameBytes ||
+            av_ac3_parse_header(bytes, size, &stream_id, &frame_bytes) < 0 || frame_bytes == 0 ||
+            frame_bytes > size) {
+            return 0;
+        }
+        bytes += frame_bytes;
+        size -= frame_bytes;
+        ++count;
+    }
+    return count;
+}
 
 int16_t to_int16(float sample) {
     return static_cast<int16_t>(std::lrintf(std::clamp(sample * 32768.0F, -32768.0F, 32767.0F)));
@@ -118,6 +143,9 @@ bool ac3_decoder::parse(const uint8_t* bytes, int size, const output& out, int& 
     }
     const uint32_t pts_ms = take_pts(packet_start_);
     packet_start_ += static_cast<uint64_t>(data_bytes);
+    const size_t packet_bytes = std::min(static_cast<size_t>(data_bytes), held_.size());
+    frames_of_packet_ = count_frames(held_.data(), packet_bytes);
+    held_.erase(held_.begin(), held_.begin() + static_cast<ptrdiff_t>(packet_bytes));
     // The parser's bytes are not padded, as a decoder needs them.
     if (av_new_packet(packet_.get(), data_bytes) < 0) {
         return report_damage(out);
@@ -137,6 +165,7 @@ bool ac3_decoder::decode(const uint8_t* bytes, size_t size, uint32_t pts_ms, con
         }
     }
     bytes_in_ += size;
+    held_.insert(held_.end(), bytes, bytes + size);
     padded_.assign(bytes, bytes + size);
     padded_.resize(size + AV_INPUT_BUFFER_PADDING_SIZE, 0);
     size_t done = 0;
@@ -146,7 +175,17 @@ bool ac3_decoder::decode(const uint8_t* bytes, size_t size, uint32_t pts_ms, con
         go_on = parse(padded_.data() + done, static_cast<int>(size - done), out, used);
         done += static_cast<size_t>(used);
     }
-    return go_on;
+    // The parser itself would keep bytes without a header for ever.
+    return go_on && held_.size() > kMaxUnitBytes ? finish(out) : go_on;
+}
+
+// The parser knows the end of an E-AC-3 unit only by the header behind it.
+bool ac3_decoder::decode_held(const output& out) {
+    const size_t frames = count_frames(held_.data(), held_.size());
+    if (frames == 0 || frames < frames_of_packet_) {
+        return true;
+    }
+    return finish(out);
 }
 
 bool ac3_decoder::finish(const output& out) {

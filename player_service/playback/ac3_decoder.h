@@ -35,6 +35,7 @@ class ac3_decoder : public sound_decoder {
     static std::unique_ptr<ac3_decoder> create();
 
     bool decode(const uint8_t* bytes, size_t size, uint32_t pts_ms, const output& out) override;
+    bool decode_held(const output& out) override;
     bool finish(const output& out) override;
 
   private:
@@ -61,6 +62,8 @@ class ac3_decoder : public sound_decoder {
     ffmpeg_ptr<AVPacket> packet_;
     ffmpeg_ptr<AVFrame> frame_;
     std::vector<uint8_t> padded_;
+    std::vector<uint8_t> held_;    // what the parser has not given back yet
+    size_t frames_of_packet_ = 1;  // of the last one: an E-AC-3 unit may have several
     std::vector<int16_t> samples_;
     std::deque<mark> marks_;
     uint64_t bytes_in_ = 0;

@@ -68,6 +68,7 @@ long alsa_sink::write(const int16_t* samples, size_t frames) {
         if (taken == -EAGAIN) {
             return 0;
         }
+        ran_dry_ = ran_dry_ || taken == -EPIPE;
         if (snd_pcm_recover(pcm_.get(), static_cast<int>(taken), 1) < 0) {
             LOGE("the sound card has failed: %s", snd_strerror(static_cast<int>(taken)));
             return -1;
@@ -82,9 +83,13 @@ std::chrono::nanoseconds alsa_sink::until_room() const {
     return std::clamp<std::chrono::nanoseconds>(delay() / 4, shortest, longest);
 }
 
+// A stream shorter than the card's buffer has not started it.
+bool alsa_sink::waits_for_more() const {
+    return snd_pcm_state(pcm_.get()) == SND_PCM_STATE_PREPARED;
+}
+
 void alsa_sink::end() {
-    // A stream shorter than the card's buffer has not started it.
-    if (snd_pcm_state(pcm_.get()) == SND_PCM_STATE_PREPARED) {
+    if (waits_for_more()) {
         snd_pcm_start(pcm_.get());
     }
 }

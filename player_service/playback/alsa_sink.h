@@ -4,6 +4,7 @@
 #include <alsa/asoundlib.h>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "player_service/playback/audio_sink.h"
 
@@ -19,10 +20,17 @@ class alsa_sink : public audio_sink {
 
     long write(const int16_t* samples, size_t frames) override;
     std::chrono::nanoseconds until_room() const override;
+    std::chrono::nanoseconds tail() const override { return kTail; }
+    bool waits_for_more() const override;
     void end() override;
+    bool take_underrun() override { return std::exchange(ran_dry_, false); }
     std::chrono::nanoseconds delay() const override;
 
   private:
+    // Cards take sound in pieces of some milliseconds, and leave out the last piece that they have
+    // not begun when they run dry.
+    static constexpr std::chrono::milliseconds kTail{50};
+
     struct pcm_closer {
         void operator()(snd_pcm_t* pcm) const { snd_pcm_close(pcm); }
     };
@@ -33,6 +41,7 @@ class alsa_sink : public audio_sink {
 
     const pcm_ptr pcm_;
     const uint32_t rate_hz_;
+    bool ran_dry_ = false;
 };
 
 }  // namespace player_service

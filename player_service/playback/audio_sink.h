@@ -18,8 +18,14 @@ class audio_sink {
     virtual long write(const int16_t* samples, size_t frames) = 0;
     // How long to wait before the next try, when there was no room.
     virtual std::chrono::nanoseconds until_room() const = 0;
-    // Nothing more comes for now: what is held back is let go.
+    // How much silence has to follow the last sound for all of it to be heard.
+    virtual std::chrono::nanoseconds tail() const = 0;
+    // Whether it has sound that it does not play until there is more of it.
+    virtual bool waits_for_more() const = 0;
+    // Nothing more comes for now: what waits for more plays.
     virtual void end() = 0;
+    // Whether the sound has stopped for want of more since the last call.
+    virtual bool take_underrun() = 0;
     // Until all that was written has been heard.
     virtual std::chrono::nanoseconds delay() const = 0;
 };

@@ -18,7 +18,10 @@ class clock_sink : public audio_sink {
 
     long write(const int16_t* samples, size_t frames) override;
     std::chrono::nanoseconds until_room() const override;
+    std::chrono::nanoseconds tail() const override { return {}; }
+    bool waits_for_more() const override { return false; }
     void end() override {}
+    bool take_underrun() override { return false; }
     std::chrono::nanoseconds delay() const override;
 
   private:

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <utility>
 
 #include <zuavplayer/player_types.h>
 
@@ -13,11 +14,25 @@ using std::chrono::steady_clock;
 
 namespace {
 
+// Before the output runs dry: what is held is decoded, and then silence follows it. The second is
+// so close because silence would be a gap if more came just in time.
+constexpr std::chrono::milliseconds kDecodeAhead(20);
+constexpr std::chrono::milliseconds kSilenceAhead(8);
+// No chunk is late earlier; nor as long as nothing has begun to play.
+constexpr std::chrono::milliseconds kLeastPatience(10);
+constexpr std::chrono::milliseconds kPatienceAtStart(100);
+
+constexpr std::chrono::seconds kUnderrunLogEvery(1);
+
 // Sound goes out in pieces of at most this part of a second, so that pause and stop act at once.
 constexpr uint32_t kPiecesPerSecond = 100;
 
 uint64_t to_us(uint64_t frames, uint32_t rate_hz) {
     return rate_hz == 0 ? 0 : frames / rate_hz * 1000000 + frames % rate_hz * 1000000 / rate_hz;
+}
+
+size_t to_frames(std::chrono::nanoseconds time, uint32_t rate_hz) {
+    return static_cast<size_t>(time.count() * int64_t{rate_hz} / 1000000000);
 }
 
 }  // namespace
@@ -33,6 +48,9 @@ playback::~playback() {
             setup_.player, status_.timestamps, static_cast<double>(status_.drift_us) / 1000,
             status_.gaps, status_.overlaps, status_.reordered);
     }
+    if (status_.underruns > 0) {
+        LOGW("player 0x%08x: underruns in all: %u", setup_.player, status_.underruns);
+    }
     if (status_.damaged_units > 0) {
         LOGW("player 0x%08x: %u of %u units were damaged", setup_.player, status_.damaged_units,
              status_.units);
@@ -40,6 +58,7 @@ playback::~playback() {
 }
 
 void playback::consume(const stream_chunk& chunk, playback_gate& gate) {
+    shortage_ = shortage::none;
     decoder_->decode(chunk.bytes.data(), chunk.bytes.size(), chunk.pts_ms,
                      [&](const decoded_sound& sound) { return play(sound, gate); });
 }
@@ -49,13 +68,82 @@ void playback::finish(playback_gate& gate) {
         sink_ == nullptr) {
         return;
     }
+    size_t silence = to_frames(sink_->tail(), sink_format_.rate_hz);
+    while (silence > 0 && gate.may_play()) {
+        const size_t taken = write_silence(silence);
+        if (taken == 0) {
+            gate.wait(sink_->until_room());
+        }
+        silence -= taken;
+    }
     sink_->end();
     while (gate.may_play()) {
-        const std::chrono::nanoseconds delay = sink_->delay();
-        if (delay <= delay.zero()) {
+        const std::chrono::nanoseconds left = sink_->delay() - sink_->tail();
+        if (left <= left.zero()) {
             return;
         }
-        gate.wait(delay);
+        gate.wait(left);
+    }
+}
+
+std::optional<std::chrono::nanoseconds> playback::patience() const {
+    using std::chrono::nanoseconds;
+    const bool has_begun = sink_ != nullptr && !sink_->waits_for_more();
+    switch (shortage_) {
+        case shortage::none:
+            return has_begun ? std::max<nanoseconds>(sink_->delay() - kDecodeAhead, kLeastPatience)
+                             : kPatienceAtStart;
+        case shortage::held_played:
+            if (sink_ == nullptr || sink_->tail() == nanoseconds(0)) {
+                return std::nullopt;
+            }
+            return has_begun ? std::max<nanoseconds>(sink_->delay() - kSilenceAhead, nanoseconds(0))
+                             : nanoseconds(0);
+        case shortage::silence_follows:
+            break;
+    }
+    return std::nullopt;
+}
+
+void playback::starve(playback_gate& gate) {
+    if (shortage_ == shortage::none) {
+        shortage_ = shortage::held_played;
+        decoder_->decode_held([&](const decoded_sound& sound) { return play(sound, gate); });
+        return;
+    }
+    shortage_ = shortage::silence_follows;
+    write_silence(to_frames(sink_->tail(), sink_format_.rate_hz));
+    sink_->end();
+}
+
+// As much as there is room for. Answers how many frames that was; all of them where the sink has
+// failed, since nothing is lost then.
+size_t playback::write_silence(size_t frames) {
+    const std::vector<int16_t> silence(frames * sink_format_.channels);
+    const long taken = sink_->write(silence.data(), frames);
+    silence_played_ = true;
+    return taken < 0 ? frames : static_cast<size_t>(taken);
+}
+
+// The output has stopped, or has played silence, ahead of what was just written. That is as it
+// should be behind a pause.
+void playback::note_underrun(const playback_gate& gate) {
+    const bool ran_dry = sink_->take_underrun();
+    const bool has_gap = std::exchange(silence_played_, false) || ran_dry;
+    const uint32_t pauses = gate.pauses();
+    const bool was_paused = std::exchange(pauses_seen_, pauses) != pauses;
+    if (!has_gap || was_paused) {
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> guard(mutex_);
+        ++status_.underruns;
+    }
+    const steady_clock::time_point now = steady_clock::now();
+    if (now - underrun_logged_at_ >= kUnderrunLogEvery) {
+        underrun_logged_at_ = now;
+        LOGW("player 0x%08x: the card ran out of sound; underruns so far: %u", setup_.player,
+             status_.underruns);
     }
 }
 
@@ -168,6 +256,7 @@ bool playback::write(const decoded_sound& sound, playback_gate& gate) {
         } else if (taken == 0) {
             gate.wait(sink_->until_room());
         } else {
+            note_underrun(gate);
             const auto frames = static_cast<size_t>(taken);
             done += frames;
             format_frames_ += frames;

@@ -29,6 +29,8 @@ class playback : public stream_consumer {
     ~playback() override;
 
     void consume(const stream_chunk& chunk, playback_gate& gate) override;
+    std::optional<std::chrono::nanoseconds> patience() const override;
+    void starve(playback_gate& gate) override;
     void finish(playback_gate& gate) override;
     playback_status status() const override;
 
@@ -39,6 +41,11 @@ class playback : public stream_consumer {
     void prepare_sink(const audio_format& format, bool audible);
     void replace_failed_sink(const std::string& reason);
     bool write(const decoded_sound& sound, playback_gate& gate);
+    size_t write_silence(size_t frames);
+    void note_underrun(const playback_gate& gate);
+
+    // What has been done since the last chunk because the next one is late.
+    enum class shortage { none, held_played, silence_follows };
 
     const playback_setup setup_;
     const std::unique_ptr<sound_decoder> decoder_;
@@ -48,6 +55,10 @@ class playback : public stream_consumer {
     bool sink_audible_ = false;
     bool in_damage_ = false;
     bool sink_failed_ = false;
+    shortage shortage_ = shortage::none;
+    bool silence_played_ = false;  // between the last sound and the next
+    uint32_t pauses_seen_ = 0;
+    std::chrono::steady_clock::time_point underrun_logged_at_{};
     uint64_t format_frames_ = 0;  // played since the format last changed
     uint64_t before_format_us_ = 0;
 

@@ -26,8 +26,10 @@ class sound_decoder {
     virtual ~sound_decoder() = default;
 
     // `pts_ms` is of the first unit that begins in these bytes. Units may be cut anywhere between
-    // calls. Both return what the output last answered.
+    // calls. All return what the output last answered.
     virtual bool decode(const uint8_t* bytes, size_t size, uint32_t pts_ms, const output& out) = 0;
+    // Nothing more has come for a while: decodes what is held, if it looks complete.
+    virtual bool decode_held(const output&) { return true; }
     // Nothing more comes: decodes what is left.
     virtual bool finish(const output& out) = 0;
 };

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 
 #include "player_service/playback/audio_format.h"
 #include "player_service/playback/stream_buffer.h"
@@ -19,6 +20,8 @@ class playback_gate {
     virtual void wait(std::chrono::nanoseconds time) = 0;
     // Whether a track carries the sound to an output.
     virtual bool is_audible() const = 0;
+    // How often the player has been paused.
+    virtual uint32_t pauses() const = 0;
 };
 
 // How far a stream has come.
@@ -30,6 +33,7 @@ struct playback_status {
     bool has_pts = false;
     uint32_t units = 0;          // pieces of the stream that were decoded
     uint32_t damaged_units = 0;  // of which concealed or skipped
+    uint32_t underruns = 0;      // the output ran dry, and sound followed
     // Timestamps against sound, with the sync attribute on.
     uint32_t timestamps = 0;
     uint32_t gaps = 0;
@@ -42,9 +46,14 @@ struct playback_status {
 class stream_consumer {
   public:
     virtual ~stream_consumer() = default;
-    // Takes one chunk, waiting for its sound to go to the output. Both: one thread; they return
-    // early when the gate says that the stream is being dropped.
+    // Takes one chunk, waiting for its sound to go to the output. All but status(): one thread; they
+    // return early when the gate says that the stream is being dropped.
     virtual void consume(const stream_chunk& chunk, playback_gate& gate) = 0;
+    // How long the consumer waits for the next chunk before it wants starve() to be called. None:
+    // for as long as it takes.
+    virtual std::optional<std::chrono::nanoseconds> patience() const = 0;
+    // The next chunk is late: what is held plays before the output runs dry.
+    virtual void starve(playback_gate& gate) = 0;
     // Nothing more comes: plays what is left, and waits until it has been heard.
     virtual void finish(playback_gate& gate) = 0;
     // Any thread.

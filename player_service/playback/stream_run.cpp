@@ -42,6 +42,7 @@ void stream_run::set_room(uint32_t bytes) {
 
 void stream_run::set_playing(bool playing) {
     const std::lock_guard<std::mutex> guard(mutex_);
+    pauses_ += playing_ && !playing ? 1 : 0;
     playing_ = playing;
     changed_.notify_all();
 }
@@ -89,12 +90,28 @@ playback_status stream_run::status() const {
     return consumer_ != nullptr ? consumer_->status() : last_status_;
 }
 
+bool stream_run::has_work() const {
+    return dropped_ || (playing_ && (buffer_.held_bytes() > 0 || ending_));
+}
+
+void stream_run::await_work(std::unique_lock<std::mutex>& lock) {
+    while (!has_work()) {
+        const auto patience = playing_ ? consumer_->patience() : std::nullopt;
+        if (!patience) {
+            changed_.wait(lock);
+        } else if (changed_.wait_for(lock, *patience) == std::cv_status::timeout && playing_ &&
+                   !has_work()) {
+            lock.unlock();
+            consumer_->starve(*this);
+            lock.lock();
+        }
+    }
+}
+
 void stream_run::work() {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
-        changed_.wait(lock, [this] {
-            return dropped_ || (playing_ && (buffer_.held_bytes() > 0 || ending_));
-        });
+        await_work(lock);
         if (dropped_) {
             return;
         }
@@ -134,6 +151,11 @@ void stream_run::wait(std::chrono::nanoseconds time) {
 bool stream_run::is_audible() const {
     const std::lock_guard<std::mutex> guard(mutex_);
     return audible_;
+}
+
+uint32_t stream_run::pauses() const {
+    const std::lock_guard<std::mutex> guard(mutex_);
+    return pauses_;
 }
 
 }  // namespace player_service

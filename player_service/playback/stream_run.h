@@ -53,6 +53,9 @@ class stream_run : private playback_gate {
     bool may_play() override;
     void wait(std::chrono::nanoseconds time) override;
     bool is_audible() const override;
+    uint32_t pauses() const override;
+    bool has_work() const;
+    void await_work(std::unique_lock<std::mutex>& lock);
 
     const std::function<void(uint32_t)> on_low_;
     mutable std::mutex mutex_;
@@ -61,6 +64,7 @@ class stream_run : private playback_gate {
     // All guarded by mutex_.
     stream_buffer buffer_;
     bool playing_ = false;
+    uint32_t pauses_ = 0;
     bool audible_ = false;
     bool ending_ = false;
     bool ended_ = false;

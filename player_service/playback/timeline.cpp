@@ -9,14 +9,6 @@
 
 namespace player_service {
 
-namespace {
-
-constexpr int64_t us(uint32_t ms) {
-    return int64_t{ms} * 1000;
-}
-
-}  // namespace
-
 const char* to_text(timeline_entry::kind what) {
     switch (what) {
         case timeline_entry::kind::start:
@@ -40,9 +32,11 @@ timeline_entry timeline::add(uint32_t pts_ms, uint64_t frame, uint32_t rate_hz, 
     entry.frame = frame;
     entry.rate_hz = rate_hz;
     if (begun_) {
+        // Timestamps start over behind 49 days.
+        const auto step_ms = static_cast<int32_t>(pts_ms - last_pts_ms_);
         const int64_t jump_us =
-            us(pts_ms) - us(last_pts_ms_) - static_cast<int64_t>(sound_us - last_sound_us_);
-        if (pts_ms < last_pts_ms_) {
+            int64_t{step_ms} * 1000 - static_cast<int64_t>(sound_us - last_sound_us_);
+        if (step_ms < 0) {
             entry.what = kind::reordered;
         } else if (jump_us > kTimelineToleranceUs) {
             entry.what = kind::gap;
@@ -57,8 +51,8 @@ timeline_entry timeline::add(uint32_t pts_ms, uint64_t frame, uint32_t rate_hz, 
         stretch_pts_ms_ = pts_ms;
         stretch_sound_us_ = sound_us;
     }
-    entry.drift_us =
-        static_cast<int64_t>(sound_us - stretch_sound_us_) - (us(pts_ms) - us(stretch_pts_ms_));
+    const int64_t stretch_us = int64_t{pts_ms - stretch_pts_ms_} * 1000;
+    entry.drift_us = static_cast<int64_t>(sound_us - stretch_sound_us_) - stretch_us;
     last_pts_ms_ = pts_ms;
     last_sound_us_ = sound_us;
     return entry;

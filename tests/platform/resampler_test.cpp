@@ -166,19 +166,24 @@ TEST(Resampler, StopsEarlyWhenTheProviderDoesAndGoesOnAfterwards) {
 }
 
 TEST(Resampler, IsAsGoodAsNewAfterAReset) {
-    scripted_provider source;
-    source.samples = tones(1000, 1);
-    const resampler_ptr resampler = make(kCardRateHz, 96000, 1, &source.provider);
-    std::vector<int16_t> out(2000);
-    // An odd number of frames leaves half of the last input frame to be used.
-    for (size_t frames : {size_t{333}, size_t{2000}}) {
-        source.given_frames = 0;
-        EXPECT_EQ(resampler->resample_from_provider(resampler.get(), out.data(), &frames), 0);
-        if (frames < out.size()) {
-            resampler->reset(resampler.get());
+    for (const uint32_t channels : {1U, 2U, 5U}) {
+        SCOPED_TRACE(channels);
+        scripted_provider source;
+        source.samples = tones(1000, channels);
+        source.channels = channels;
+        const resampler_ptr resampler = make(kCardRateHz, 96000, channels, &source.provider);
+        std::vector<int16_t> out(size_t{2000} * channels);
+        // An odd number of frames leaves half of the last input frame to be used.
+        for (size_t frames : {size_t{333}, size_t{2000}}) {
+            source.given_frames = 0;
+            const bool is_last = frames == 2000;
+            EXPECT_EQ(resampler->resample_from_provider(resampler.get(), out.data(), &frames), 0);
+            if (!is_last) {
+                resampler->reset(resampler.get());
+            }
         }
+        EXPECT_EQ(out, in_one_piece(source.samples, 96000, channels));
     }
-    EXPECT_EQ(out, in_one_piece(source.samples, 96000, 1));
 }
 
 TEST(Resampler, RefusesWhatItCannotDo) {

@@ -25,6 +25,7 @@ corvex_test(tinyalsa_card_test
           ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_open_test.cpp
           ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_transfer_test.cpp
           ${CMAKE_CURRENT_LIST_DIR}/tinyalsa_pace_test.cpp
+          ${log_recorder}
           ${tinyalsa_sources}
-  LINK PkgConfig::SNDFILE)
+  LINK PkgConfig::SNDFILE android::log)
 target_include_directories(tinyalsa_card_test PRIVATE ${tinyalsa_dir} ${tinyalsa_dir}/include)

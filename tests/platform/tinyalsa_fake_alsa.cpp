@@ -169,6 +169,8 @@ ANSWER(sframes, readi, (pcm_t*, void* data, uframes frames),
 ANSWER(sframes, mmap_readi, (pcm_t*, void* data, uframes frames),
        transfer("mmap_readi", nullptr, data, frames))
 ANSWER(snd_pcm_state_t, state, (pcm_t*), fake.state)
+ANSWER(sframes, avail_update, (pcm_t*),
+       fake.state == SND_PCM_STATE_XRUN ? -EPIPE : static_cast<sframes>(fake.avail))
 ANSWER(size_t, status_sizeof, (), 1)
 ANSWER(snd_pcm_state_t, status_get_state, (const status_t*), fake.state)
 ANSWER(uframes, status_get_avail, (const status_t*), fake.avail)

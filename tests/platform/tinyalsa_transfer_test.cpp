@@ -6,6 +6,8 @@
 #include "tinyalsa_env.h"
 #include "tinyalsa_fake_alsa.h"
 
+#include "tests/support/log_recorder.h"
+
 namespace {
 
 class TinyalsaTransfer : public testing::Test {
@@ -72,6 +74,49 @@ TEST_F(TinyalsaTransfer, MovesEveryFrameOnceOrSaysWhyNot) {
                 EXPECT_NE(strstr(pcm_get_error(handle.get()), strerror(-row.expected)), nullptr);
             }
         }
+    }
+}
+
+TEST_F(TinyalsaTransfer, CountsEachXrunOnceAndTellsOnceASecondAndAtTheEnd) {
+    const struct {
+        const char* name;
+        snd_pcm_uframes_t avail;
+        snd_pcm_state_t state;
+        std::deque<long> results;
+        unsigned long expected;
+    } rows[] = {
+        {"all of the buffer is ready", 960, SND_PCM_STATE_RUNNING, {}, 0},
+        {"more than that", 961, SND_PCM_STATE_RUNNING, {}, 1},
+        {"still", 5000, SND_PCM_STATE_RUNNING, {}, 1},
+        {"caught up", 100, SND_PCM_STATE_RUNNING, {}, 1},
+        {"half way", 100, SND_PCM_STATE_RUNNING, {4, -EPIPE}, 2},
+        {"before", 100, SND_PCM_STATE_XRUN, {}, 3},
+    };
+    for (const unsigned flags : {PCM_OUT, PCM_IN}) {
+        SCOPED_TRACE(flags);
+        fake = fake_alsa();
+        const log_recorder log;
+        const std::string text =
+            flags == PCM_IN ? "hw:0,0: frames came faster than they were read; overruns so far: "
+                            : "hw:0,0: the card ran out of frames; underruns so far: ";
+        const unsigned long before = pcm_xruns(flags);
+        const unsigned long others = pcm_xruns(flags ^ PCM_IN);
+        {
+            const pcm_ptr handle = open_pcm(flags);
+            ASSERT_EQ(pcm_get_buffer_size(handle.get()), 960U);
+            for (const auto& row : rows) {
+                SCOPED_TRACE(row.name);
+                fake.avail = row.avail;
+                fake.state = row.state;
+                fake.results = row.results;
+                EXPECT_EQ(flags == PCM_IN ? read(handle) : write(handle), 0);
+                EXPECT_EQ(pcm_xruns(flags) - before, row.expected);
+            }
+            EXPECT_TRUE(log.has(ANDROID_LOG_WARN, "tinyalsa", text + "1"));
+            EXPECT_EQ(log.lines().size(), 1U);
+        }
+        EXPECT_TRUE(log.has(ANDROID_LOG_WARN, "tinyalsa", text + "3"));
+        EXPECT_EQ(pcm_xruns(flags ^ PCM_IN), others);
     }
 }
 

@@ -30,6 +30,11 @@ class decoding {
         const std::vector<uint8_t> exact(bytes, bytes + size);
         decoder_->decode(exact.data(), exact.size(), pts_ms, keep());
     }
+    // What has come of it so far, the decoder having been told that more is late.
+    const decoded& starve() {
+        decoder_->decode_held(keep());
+        return result_;
+    }
     decoded finish() {
         decoder_->finish(keep());
         return result_;
@@ -109,6 +114,24 @@ TEST_P(CompressedStream, DecodesBitForBitWithTimestampsHoweverItIsCut) {
     }
 }
 
+TEST_P(CompressedStream, GivesOutWholeUnitsWhenMoreIsLateAndNeverAPartOfOne) {
+    const unsigned channels = GetParam().format.channels;
+    const size_t unit_frames = frames_[0].samples.size() / channels;
+    decoding run(config_);
+    size_t fed = 0;
+    for (const encoded_frame& frame : frames_) {
+        SCOPED_TRACE(fed);
+        const size_t half = frame.bytes.size() / 2;
+        run.feed(frame.bytes.data(), half, ZU_PTS_NONE);
+        EXPECT_EQ(run.starve().samples.size(), fed * unit_frames * channels);
+        run.feed(frame.bytes.data() + half, frame.bytes.size() - half, ZU_PTS_NONE);
+        EXPECT_EQ(run.starve().samples.size(), ++fed * unit_frames * channels);
+    }
+    const decoded got = run.finish();
+    EXPECT_EQ(got.damaged, 0U);
+    EXPECT_TRUE(got.samples == samples_of(frames_));
+}
+
 TEST_P(CompressedStream, FindsASingleWrongBitByItsChecksum) {
     std::vector<encoded_frame> frames = frames_;
     frames[4].bytes[frames[4].bytes.size() * 3 / 4] ^= 0x10;
@@ -154,6 +177,17 @@ TEST(CompressedStreams, MayFollowEachOther) {
     frames.insert(frames.end(), others.begin(), others.end());
     const decoded got = decode_cut({ZU_ADEC_AC3, {}}, bytes_of(frames), {}, 1024, 1);
     EXPECT_TRUE(got.samples == samples_of(frames));
+}
+
+TEST(CompressedStreams, KeepNothingThatIsNoFrame) {
+    const std::vector<uint8_t> zeros(1U << 20);
+    decoding run({ZU_ADEC_AC3, {}});
+    run.feed(zeros.data(), zeros.size(), ZU_PTS_NONE);
+    const std::vector<encoded_frame> frames = encode(codec::eac3, {2, 48000}, 2);
+    const std::vector<uint8_t> bytes = bytes_of(frames);
+    EXPECT_EQ(run.starve().damaged, 1U) << "given up before the stream ends";
+    run.feed(bytes.data(), bytes.size(), ZU_PTS_NONE);
+    EXPECT_TRUE(run.finish().samples == samples_of(frames));
 }
 
 TEST(CompressedStreams, OfNoiseAreNeverFatal) {

@@ -1,4 +1,5 @@
 // Decoder, timeline and sink together, and the sinks on their own.
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
@@ -23,26 +24,32 @@ class open_gate : public playback_gate {
     bool may_play() override { return !dropped; }
     void wait(std::chrono::nanoseconds) override {}
     bool is_audible() const override { return audible; }
+    uint32_t pauses() const override { return pause_count; }
 
     bool dropped = false;
     bool audible = true;
+    uint32_t pause_count = 0;
 };
 
 // Says what it is told to.
 class scripted_decoder : public sound_decoder {
   public:
-    explicit scripted_decoder(std::vector<decoded_sound> sounds) : sounds_(std::move(sounds)) {}
+    explicit scripted_decoder(std::vector<decoded_sound> sounds,
+                              std::vector<decoded_sound> held = {})
+        : sounds_(std::move(sounds)), held_(std::move(held)) {}
     bool decode(const uint8_t*, size_t, uint32_t, const output& out) override {
-        bool go_on = true;
-        for (const decoded_sound& sound : sounds_) {
-            go_on = go_on && out(sound);
-        }
-        return go_on;
+        return say(sounds_, out);
     }
+    bool decode_held(const output& out) override { return say(held_, out); }
     bool finish(const output&) override { return true; }
 
   private:
+    static bool say(const std::vector<decoded_sound>& sounds, const output& out) {
+        return std::all_of(sounds.begin(), sounds.end(), out);
+    }
+
     const std::vector<decoded_sound> sounds_;
+    const std::vector<decoded_sound> held_;
 };
 
 class Playback : public testing::Test {
@@ -111,13 +118,47 @@ TEST_F(Playback, GoesOnInSilenceWhenTheOutputFails) {
     EXPECT_EQ(errors_, (std::vector<uint32_t>{ZU_ERR_NO_RESOURCE}));
 }
 
-TEST_F(Playback, PlaysToAnAlsaPcm) {
+// A card leaves out the last piece that it has not begun when it runs dry.
+const std::string card_silence(size_t{48000} / 20 * 4, '\0');
+
+TEST_F(Playback, PlaysToAnAlsaPcmWithSilenceBehindTheEnd) {
     play({sound(5000, 2, 48000), sound(100, 2, 48000)},
          {output_target::kind::alsa, "file:played.raw,raw"});
     const auto* samples = reinterpret_cast<const char*>(sound(0, 2, 48000).samples);
     EXPECT_TRUE(contents("played.raw") ==
-                std::string(samples, 5000 * 4) + std::string(samples, 100 * 4));
+                std::string(samples, 5000 * 4) + std::string(samples, 100 * 4) + card_silence);
     EXPECT_TRUE(errors_.empty());
+}
+
+TEST_F(Playback, PlaysWhatIsHeldAndThenSilenceWhenMoreIsLate) {
+    sound_output output({output_target::kind::alsa, "file:played.raw,raw"}, false);
+    playback_setup setup;
+    setup.output = &output;
+    auto decoder = std::make_unique<scripted_decoder>(std::vector{sound(100, 2, 48000)},
+                                                      std::vector{sound(30, 2, 48000)});
+    const std::string samples(reinterpret_cast<const char*>(sound(0, 2, 48000).samples), 400);
+    const std::string late = samples + samples.substr(0, 120) + card_silence;
+    {
+        playback player(setup, std::move(decoder));
+        const auto run_dry = [&] {
+            EXPECT_TRUE(player.patience());
+            player.starve(gate_);
+            EXPECT_TRUE(player.patience());
+            player.starve(gate_);
+            EXPECT_FALSE(player.patience()) << "there is nothing left to do";
+        };
+        player.consume({}, gate_);
+        run_dry();
+        EXPECT_EQ(player.status().underruns, 0U) << "that may have been the end";
+        player.consume({}, gate_);
+        EXPECT_EQ(player.status().underruns, 1U);
+        EXPECT_EQ(player.status().frames, 230U) << "silence is no sound of the stream";
+        run_dry();
+        gate_.pause_count = 1;
+        player.consume({}, gate_);
+        EXPECT_EQ(player.status().underruns, 1U) << "a pause lets any card run dry";
+    }
+    EXPECT_TRUE(contents("played.raw") == late + late + samples);
 }
 
 TEST_F(Playback, LeavesTheOutputAloneWithoutATrack) {
@@ -205,7 +246,11 @@ TEST(Timeline, TellsDriftFromJumps) {
         {"behind the sound", 1384, 400659, kind::overlap, 0},
         {"the same again, at once", 1384, 400659, kind::follows, 0},
         {"lower", 1383, 500659, kind::reordered, 0},
-        {"far ahead", 4000000000U, 500659, kind::gap, 0},
+        {"far ahead", 2000000000U, 500659, kind::gap, 0},
+        {"further", 4000000000U, 500659, kind::gap, 0},
+        {"close to where they start over", 4294967290U, 500659, kind::gap, 0},
+        {"started over", 94, 600659, kind::follows, 0},
+        {"lower than that", 4294967295U, 600659, kind::reordered, 0},
     };
     timeline line;
     uint64_t frame = 0;

@@ -28,6 +28,7 @@ class keeper : public stream_consumer {
         bool let_go = true;
         bool is_waiting = false;
         bool finished = false;
+        int starved = 0;
 
         template <typename Condition>
         bool await(Condition condition, std::chrono::nanoseconds limit = kLimit) {
@@ -61,6 +62,10 @@ class keeper : public stream_consumer {
         lock.lock();
         to_->bytes.insert(to_->bytes.end(), chunk.bytes.begin(), chunk.bytes.end());
         to_->changed.notify_all();
+    }
+    std::optional<std::chrono::nanoseconds> patience() const override { return 1ms; }
+    void starve(playback_gate&) override {
+        to_->set([&] { ++to_->starved; });
     }
     void finish(playback_gate&) override {
         const std::lock_guard<std::mutex> guard(to_->mutex);
@@ -137,6 +142,18 @@ TEST_F(StreamRun, DrainEndsEarlyWhenPaused) {
     auto draining = std::async(std::launch::async, [&] { return run_.drain(kForEver); });
     run_.set_playing(false);
     EXPECT_FALSE(draining.get());
+}
+
+TEST_F(StreamRun, StarvesTheConsumerWhileItPlaysAndNothingIsThere) {
+    ASSERT_EQ(send(5), answer::done);
+    EXPECT_FALSE(kept_->await([&] { return kept_->starved > 0; }, 30ms)) << "not playing";
+    run_.set_playing(true);
+    ASSERT_TRUE(kept_->await([&] { return kept_->starved > 0; }));
+    EXPECT_EQ(kept_->bytes.size(), 5U) << "what there was came first";
+    run_.set_playing(false);
+    int before = 0;
+    kept_->set([&] { before = kept_->starved + 1; });  // one may be under way
+    EXPECT_FALSE(kept_->await([&] { return kept_->starved > before; }, 30ms));
 }
 
 TEST_F(StreamRun, TellsOnceThatLittleIsLeft) {

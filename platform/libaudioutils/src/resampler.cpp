@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <speex/speex_resampler.h>
@@ -84,11 +85,31 @@ int process(resampler& self, const int16_t* in, size_t& in_frames, int16_t* out,
     return error == RESAMPLER_ERR_SUCCESS ? 0 : -ENODEV;
 }
 
+// Lets silence through until the filters hold nothing else: speex_resampler_reset_mem() clears that
+// of the first channel only.
+void silence_filters(SpeexResamplerState* speex, uint32_t channels) {
+    const int filter_frames = 2 * speex_resampler_get_input_latency(speex);
+    for (uint32_t channel = 0; channel < channels; ++channel) {
+        for (int left = filter_frames; left > 0;) {
+            auto taken = static_cast<spx_uint32_t>(left);
+            int16_t dropped[256];
+            spx_uint32_t given = std::size(dropped);
+            if (speex_resampler_process_int(speex, channel, nullptr, &taken, dropped, &given) !=
+                    RESAMPLER_ERR_SUCCESS ||
+                (taken == 0 && given == 0)) {
+                break;
+            }
+            left -= static_cast<int>(taken);
+        }
+    }
+}
+
 void reset(resampler_itfe* itfe) {
     if (itfe == nullptr) {
         return;
     }
     resampler& self = from_itfe(itfe);
+    silence_filters(self.speex, self.channels);
     speex_resampler_reset_mem(self.speex);
     self.pending.drop(self.pending.frames());
 }
