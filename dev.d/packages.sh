@@ -10,7 +10,7 @@ packages_build=("${packages_compile[@]}" "${packages_libraries[@]}")
 packages_demo=(alsa-utils libasound2-data ffmpeg)
 packages_clang=(clang libclang-rt-14-dev)
 packages_bench=(strace)
-packages_lint=(clang clang-format clang-tidy shellcheck python3 g++-arm-linux-gnueabihf)
+packages_lint=(git clang clang-format clang-tidy shellcheck python3 g++-arm-linux-gnueabihf)
 
 # How long another apt is waited for.
 apt_patience_s=300
@@ -97,17 +97,17 @@ install_packages() {
   # shellcheck disable=SC2064 # the folder of now
   trap "rm -rf '$logs'" EXIT
   echo "dev: reading the package lists"
-  run_apt "$logs/update" -qq update >/dev/null || die "the package lists cannot be read: $(why_not "$logs"/*)."
+  run_apt "$logs/update" -qq update >/dev/null || die "cannot read the package lists: $(why_not "$logs"/*)."
   # It fails in any case: it is told not to go on.
   size=$(run_apt "$logs/plan" "${install[@]}" --assume-no | sed -nE '
     s/^[0-9]+ upgraded, ([0-9]+) newly installed.*/\1 packages/p
     s,^Need to get ([^ ]+ [kMG]?B)(/.*)? of archives.*,\1 to download,p
     s/^After this operation, (.*) of additional.*/\1 on the disk/p' | paste -sd'|' | sed 's:|:, :g') || true
   # A list that could not be fetched is no error of update's.
-  [[ -n $size ]] || die "these packages are missing: ${missing[*]}. $(why_not "$logs"/*)."
+  [[ -n $size ]] || die "cannot install ${missing[*]}: $(why_not "$logs"/*)."
   echo "dev: installing $size; one to two minutes where nothing is there yet"
   run_apt "$logs/install" "${install[@]}" -y -o APT::Status-Fd=1 | show_progress ||
-    die "the packages could not be installed: $(why_not "$logs/install"). Missing are: ${missing[*]}"
+    die "cannot install ${missing[*]}: $(why_not "$logs/install")."
   rm -rf "$logs"
   trap - EXIT
 }
