@@ -16,11 +16,11 @@ packages_lint=(git clang clang-format clang-tidy shellcheck python3 g++-arm-linu
 apt_patience_s=300
 apt_is_locked='^E: (Could not get lock|Unable to (acquire|lock))'
 
-# run_apt LOG ARG...: apt-get with its complaints in LOG, in English. Waits while another one works.
+# run_apt LOG COMMAND...: with its complaints in LOG, in English. Waits while another apt works.
 run_apt() {
   local log=$1 waited=0
   shift
-  until "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C apt-get "$@" 2>"$log"; do
+  until "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C "$@" 2>"$log"; do
     if ! grep -qE "$apt_is_locked" "$log" || [[ $waited -ge $apt_patience_s ]]; then
       return 1
     fi
@@ -44,7 +44,7 @@ why_not() {
   elif grep -qE 'No space left|enough free space' "$@"; then
     echo "the disk is full"
   else
-    echo "apt-get says: $(grep -hm 3 '^E:' "$@" | tr '\n' ' ')"
+    echo "apt-get says: $(grep -hm 4 '^E:\|^dpkg: error' "$@" | paste -sd' ')"
   fi
 }
 
@@ -92,12 +92,12 @@ need() {
 
 # With need()'s `missing` and `as_root`.
 install_packages() {
-  local logs size install=(install --no-install-recommends "${missing[@]}")
+  local logs size install=(apt-get install --no-install-recommends "${missing[@]}")
   logs=$(mktemp -d)
   # shellcheck disable=SC2064 # the folder of now
   trap "rm -rf '$logs'" EXIT
   echo "dev: reading the package lists"
-  run_apt "$logs/update" -qq update >/dev/null || die "cannot read the package lists: $(why_not "$logs"/*)."
+  run_apt "$logs/update" apt-get -qq update >/dev/null || die "cannot read the package lists: $(why_not "$logs"/*)."
   # It fails in any case: it is told not to go on.
   size=$(run_apt "$logs/plan" "${install[@]}" --assume-no | sed -nE '
     s/^[0-9]+ upgraded, ([0-9]+) newly installed.*/\1 packages/p
@@ -106,7 +106,10 @@ install_packages() {
   # A list that could not be fetched is no error of update's.
   [[ -n $size ]] || die "cannot install ${missing[*]}: $(why_not "$logs"/*)."
   echo "dev: installing $size; one to two minutes where nothing is there yet"
-  run_apt "$logs/install" "${install[@]}" -y -o APT::Status-Fd=1 | show_progress ||
+  # Not descriptor 1, which apt would close for dpkg; and sudo passes none above 2. No terminal of
+  # apt's own, which a container may not have.
+  # shellcheck disable=SC2016 # for the inner shell
+  run_apt "$logs/install" sh -c '"$@" 3>&1 >&2' sh "${install[@]}" -y -o APT::Status-Fd=3 -o Dpkg::Use-Pty=0 | show_progress ||
     die "cannot install ${missing[*]}: $(why_not "$logs/install")."
   rm -rf "$logs"
   trap - EXIT
