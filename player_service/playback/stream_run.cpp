@@ -22,12 +22,12 @@ stream_run::answer stream_run::reserve(uint32_t bytes) {
     return buffer_.reserve(bytes) ? answer::done : answer::full;
 }
 
-stream_run::answer stream_run::put(stream_chunk chunk) {
+stream_run::answer stream_run::put(const uint8_t* bytes, uint32_t count, uint32_t pts_ms) {
     const std::lock_guard<std::mutex> guard(mutex_);
     if (ending_) {
         return answer::ending;
     }
-    if (!buffer_.put(std::move(chunk))) {
+    if (!buffer_.put(bytes, count, pts_ms)) {
         return answer::refused;
     }
     low_armed_ = low_armed_ || buffer_.held_bytes() > buffer_.capacity_bytes() / 2;
@@ -90,6 +90,7 @@ playback_status stream_run::status() const {
 }
 
 void stream_run::work() {
+    stream_chunk chunk;
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         changed_.wait(lock, [this] {
@@ -98,7 +99,7 @@ void stream_run::work() {
         if (dropped_) {
             return;
         }
-        const std::optional<stream_chunk> chunk = buffer_.take();
+        const bool is_end = !buffer_.take(chunk);
         const uint32_t held_bytes = buffer_.held_bytes();
         const bool is_low = low_armed_ && held_bytes < buffer_.capacity_bytes() / 4;
         low_armed_ = low_armed_ && !is_low;
@@ -106,13 +107,13 @@ void stream_run::work() {
         if (is_low) {
             on_low_(held_bytes);
         }
-        if (chunk) {
-            consumer_->consume(*chunk, *this);
-        } else {
+        if (is_end) {
             consumer_->finish(*this);
+        } else {
+            consumer_->consume(chunk, *this);
         }
         lock.lock();
-        if (!chunk && !dropped_) {
+        if (is_end && !dropped_) {
             ended_ = true;
             changed_.notify_all();
             return;
