@@ -147,6 +147,11 @@ void capture_chunk(FILE* es_file, const uint8_t* data, uint32_t bytes) {
     }
 }
 
+bool has_to_resume(const struct avplay_session* session) {
+    return session->state == AVPLAY_STATE_READY ||
+           (session->is_in_doubt && session->state == AVPLAY_STATE_RUNNING);
+}
+
 void note_pts(uint32_t size, uint32_t pts) {
     const uint32_t previous = load_relaxed(last_write_pts);
     if (previous < pts && is_switch_on(gbEnablePts)) {
@@ -175,7 +180,7 @@ int32_t feed_player(struct player_write* write, const uint8_t* data, uint32_t si
     trace_call(log_tag, "data_write");
     struct avplay_session* const session = write->session;
     int32_t status = 0;
-    if (session->state == AVPLAY_STATE_READY) {
+    if (has_to_resume(session)) {
         status = hal_avplay_resume(session);
         if (status != 0) {
             HAL_LOGE("hal_avplay_resume faild(0x%x)", as_hex(status));
