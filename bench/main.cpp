@@ -16,6 +16,7 @@
 
 #include <android/log.h>
 
+#include "bench/fairness.h"
 #include "bench/measure.h"
 #include "bench/subject.h"
 #include "bench/system_calls.h"
@@ -36,6 +37,8 @@ constexpr subject_entry subjects[] = {
     {"tunnel write", "64 frames of 4 KiB", "memcpy() in pieces of 1 KiB", 2.5, 0, 0,
      make_tunnel_write},
     {"chunk", "1 KiB to another process", "two bare round trips", 1.5, 12, 0, make_chunk},
+    {"service chunk", "1 KiB to the reference player service", "two bare round trips", 3, 16, 0,
+     make_service_chunk},
     {"position", "of another process", "one bare round trip", 1.5, 6, 0, make_position},
 };
 constexpr double most_module_bytes = 130'000;
@@ -65,11 +68,16 @@ int measure_rows(const subject_entry& entry) {
     const double our_calls = system_calls_each(entry.name, "ours");
     const double reference_calls = system_calls_each(entry.name, "reference");
     const std::string what = std::string(entry.name) + ", " + entry.unit;
-    bool held = print_time(what, entry.reference, found, entry.cpu_ratio);
+    bool held = print_ratio(what + ": CPU time", found.ours_ns, entry.reference, found.reference_ns,
+                            found.ratio, entry.cpu_ratio);
     held &= print_count(what + ": system calls", our_calls, reference_calls, entry.system_calls);
     held &= print_count(what + ": allocations", found.allocations, found.reference_allocations,
                         entry.allocations);
     return held ? exit_held : exit_missed;
+}
+
+int measure_fairness() {
+    return print_fairness() ? exit_held : exit_missed;
 }
 
 // What a thread costs to wake depends on where it runs, on virtual machines by a multiple: one
@@ -101,11 +109,12 @@ int alone(const Work& work) {
 }
 
 // In a process of its own, whose threads and settings are a subject's alone.
-int in_child(const subject_entry& entry) {
+template <typename Work>
+int in_child(const Work& work) {
     std::fflush(stdout);
     const pid_t pid = fork();
     if (pid == 0) {
-        const int status = alone([&entry] { return measure_rows(entry); });
+        const int status = alone(work);
         std::fflush(stdout);
         _exit(status);
     }
@@ -118,8 +127,9 @@ int measure_all() {
     print_heading();
     int worst = exit_held;
     for (const subject_entry& entry : subjects) {
-        worst = std::max(worst, in_child(entry));
+        worst = std::max(worst, in_child([&entry] { return measure_rows(entry); }));
     }
+    worst = std::max(worst, in_child(measure_fairness));
     std::error_code error;
     const auto module_bytes = std::filesystem::file_size(CORVEX_STRIPPED_FILE, error);
     if (error) {
@@ -151,7 +161,10 @@ int main(int argc, char** argv) {
     }
     if (argc == 2) {
         print_heading();
-        return alone([argv] { return measure_rows(find(argv[1])); });
+        return alone([argv] {
+            return std::string("fairness") == argv[1] ? measure_fairness()
+                                                      : measure_rows(find(argv[1]));
+        });
     }
     if (argc == 4) {
         return alone([argv] {
@@ -162,5 +175,6 @@ int main(int argc, char** argv) {
     for (const subject_entry& entry : subjects) {
         std::fprintf(stderr, "  %s\n", entry.name);
     }
+    std::fprintf(stderr, "  fairness (has no sides)\n");
     return exit_not_measured;
 }

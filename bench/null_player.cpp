@@ -24,3 +24,8 @@ void offer_null_players(std::string** kept) {
         give_up("the player service cannot be registered");
     }
 }
+
+void offer_null_players() {
+    static std::string* nothing = nullptr;
+    offer_null_players(&nothing);
+}

@@ -99,3 +99,5 @@ class null_player : public android::BnZuAvPlayer {
 // Offers such players from this process, under the name under which the module looks for one. What
 // they are handed is appended to *kept while that is not null.
 void offer_null_players(std::string** kept);
+// The same without keeping anything.
+void offer_null_players();

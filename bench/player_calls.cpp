@@ -3,18 +3,20 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <optional>
-#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <binder/IPCThreadState.h>
-#include <binder/ProcessState.h>
+#include <binder/IServiceManager.h>
+#include <zuavplayer/player_types.h>
 
 #include "bench/loaded_module.h"
 #include "bench/null_player.h"
 #include "bench/resources.h"
+#include "bench/service_process.h"
 #include "bench/subject.h"
+#include "player_service/service.h"
 
 namespace {
 
@@ -32,32 +34,15 @@ void echo(int socket) {
     }
 }
 
-void serve(int ready) {
-    static std::string* nothing = nullptr;
-    android::ProcessState::self()->startThreadPool();
-    offer_null_players(&nothing);
-    if (write(ready, "!", 1) == 1) {
-        android::IPCThreadState::self()->joinThreadPool();
-    }
-}
-
 // A service and an echo in processes of their own, made before this one has threads.
 class other_processes {
   public:
-    other_processes() {
-        int ready[2];
-        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets_) != 0 ||
-            pipe(ready) != 0) {
+    explicit other_processes(const std::function<void()>& offer) {
+        if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets_) != 0) {
             give_up("player calls: no sockets");
         }
         echo_.emplace([this] { echo(sockets_[1]); });
-        service_.emplace([&ready] { serve(ready[1]); });
-        close(ready[1]);
-        char byte = 0;
-        if (read(ready[0], &byte, 1) != 1) {
-            give_up("player calls: the service did not start");
-        }
-        close(ready[0]);
+        service_.emplace(offer);
         close(sockets_[1]);
     }
     ~other_processes() { close(sockets_[0]); }
@@ -77,7 +62,7 @@ class other_processes {
   private:
     int sockets_[2] = {};
     std::optional<child> echo_;
-    std::optional<child> service_;
+    std::optional<service_process> service_;
 };
 
 // A chunk goes to the service by two calls of the module's flat functions.
@@ -120,7 +105,7 @@ class chunk_subject final : public subject {
   private:
     using call = int32_t(void* handle, uint32_t player, int buffer, uint32_t bytes, uint32_t value);
 
-    const other_processes others_;
+    const other_processes others_{[] { offer_null_players(); }};
     call* const get_buf_ = exported<call>("ZUAVPLAYER_GetBuf");
     call* const put_buf_ = exported<call>("ZUAVPLAYER_PutBufEx");
     void* player_ = nullptr;
@@ -150,15 +135,66 @@ class position_subject final : public subject {
     void reference(uint32_t times) override { others_.round_trips(times); }
 
   private:
-    const other_processes others_;
+    const other_processes others_{[] { offer_null_players(); }};
     const loaded_module module_;
     audio_stream_out* stream_ = nullptr;
+};
+
+void offer_reference_service() {
+    using player_service::output_target;
+    // Plays nowhere, as fast as it can.
+    const auto context = std::make_shared<player_service::service_context>(
+        output_target{output_target::kind::nowhere, ""}, false);
+    if (android::defaultServiceManager()->addService(
+            android::String16(android::kZuAvPlayerServiceName),
+            new player_service::service(context)) != 0) {
+        give_up("service chunk: the service cannot be registered");
+    }
+}
+
+// A chunk that a direct stream writes and the reference player service takes and plays.
+class service_chunk_subject final : public subject {
+  public:
+    service_chunk_subject() {
+        stream_ = module_.open_output(AUDIO_OUTPUT_FLAG_DIRECT);
+        constexpr uint32_t chunks = 100;
+        ours(chunks);
+        uint64_t frames = 0;
+        timespec time = {};
+        for (int i = 0; i < 1000 && frames < chunks * frames_each; ++i) {
+            usleep(10'000);
+            stream_->get_presentation_position(stream_, &frames, &time);
+        }
+        if (frames != chunks * frames_each) {
+            give_up("service chunk: %llu frames were played",
+                    static_cast<unsigned long long>(frames));
+        }
+    }
+    ~service_chunk_subject() override { module_.close(stream_); }
+
+    void ours(uint32_t times) override {
+        for (uint32_t i = 0; i < times; ++i) {
+            stream_->write(stream_, data_, sizeof(data_));
+        }
+    }
+    void reference(uint32_t times) override { others_.round_trips(2 * times); }
+
+  private:
+    static constexpr uint32_t frames_each = 256;
+
+    const other_processes others_{offer_reference_service};
+    const loaded_module module_;
+    audio_stream_out* stream_ = nullptr;
+    const char data_[frames_each * 2 * sizeof(int16_t)] = {};
 };
 
 }  // namespace
 
 std::unique_ptr<subject> make_chunk() {
     return std::make_unique<chunk_subject>();
+}
+std::unique_ptr<subject> make_service_chunk() {
+    return std::make_unique<service_chunk_subject>();
 }
 std::unique_ptr<subject> make_position() {
     return std::make_unique<position_subject>();

@@ -35,6 +35,7 @@ std::unique_ptr<subject> make_search_zeros();
 std::unique_ptr<subject> make_search_near_matches();
 std::unique_ptr<subject> make_tunnel_write();
 std::unique_ptr<subject> make_chunk();
+std::unique_ptr<subject> make_service_chunk();
 std::unique_ptr<subject> make_position();
 
 [[noreturn]] void give_up(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -48,6 +48,10 @@ struct avplay_session {
     uint8_t tmp_buf[tunnel_buffer_bytes];
 
     bool is_open;  // built, and not torn down since
+
+    // The service did not answer a pause or stop in time, and may have done it since: the player is
+    // started and resumed again before it gets data. What is in `state` is what it should be in.
+    bool is_in_doubt;
 };
 
 static_assert(std::is_trivial_v<avplay_session>);

@@ -1,5 +1,7 @@
 #include "direct/avplay_session_setup.h"
 
+#include <errno.h>
+
 #include <zuavplayer/player_types.h>
 
 #include "diag/debug_switches.h"
@@ -22,6 +24,36 @@ constexpr const char* log_tag = "audio_hal_avplay";
 
 constexpr uint32_t track_volume_percent = 65;
 constexpr uint32_t track_buffer_ms = 30;
+
+// Whether the service has not answered in time an opening or closing of the AV-sync source's
+// channel since that was last opened. It may have done it later, when nobody waited any more: a
+// channel that is open then would never open again. Other players live no longer than their
+// channel.
+bool is_channel_in_doubt = false;
+
+int32_t open_channel(const struct avplay_session* session) {
+    void* const connection = player_connection();
+    const bool is_shared = session->usecase == USECASE_DIRECT_HWSYNC;
+    const bool was_in_doubt = is_shared && load_relaxed(is_channel_in_doubt);
+    if (was_in_doubt) {
+        ZUAVPLAYER_ChnClose(connection, session->avplay_handle, ZU_CHN_AUD);
+    }
+    const int32_t error =
+        ZUAVPLAYER_ChnOpen(connection, session->avplay_handle, ZU_CHN_AUD, nullptr, 0);
+    if (is_shared) {
+        store_relaxed(is_channel_in_doubt, error == -ETIMEDOUT || (was_in_doubt && error != 0));
+    }
+    return error;
+}
+
+int32_t close_channel(const struct avplay_session* session) {
+    const int32_t error =
+        ZUAVPLAYER_ChnClose(player_connection(), session->avplay_handle, ZU_CHN_AUD);
+    if (session->usecase == USECASE_DIRECT_HWSYNC && error == -ETIMEDOUT) {
+        store_relaxed(is_channel_in_doubt, true);
+    }
+    return error;
+}
 
 // Lends or creates the session's player.
 int32_t obtain_player(struct avplay_session* session) {
@@ -110,7 +142,7 @@ int32_t hal_avplay_create(struct avplay_session* session) {
     if (error != 0) {
         return error;
     }
-    error = ZUAVPLAYER_ChnOpen(connection, session->avplay_handle, ZU_CHN_AUD, nullptr, 0);
+    error = open_channel(session);
     if (error != 0) {
         HAL_LOGE("call avplay_openaudiochan failed 0x%x", as_hex(error));
         goto release_player;
@@ -137,6 +169,7 @@ int32_t hal_avplay_create(struct avplay_session* session) {
     session->raw_data_left = 0;
     session->tmp_len = 0;
     session->state = AVPLAY_STATE_READY;
+    session->is_in_doubt = false;
     return 0;
 
 detach_track:
@@ -144,7 +177,7 @@ detach_track:
 destroy_track:
     ZUAVPLAYER_DestroyTrack(connection, session->track_handle);
 close_channel:
-    ZUAVPLAYER_ChnClose(connection, session->avplay_handle, ZU_CHN_AUD);
+    close_channel(session);
 release_player:
     if (session->usecase == USECASE_DIRECT_PASSTHRU) {
         destroy_player(session->avplay_handle);
@@ -179,7 +212,7 @@ int32_t hal_avplay_destoryaudio(struct avplay_session* session) {
     if (error != 0) {
         HAL_LOGE("Call ZUAVPLAYER_DestroyTrack 0x%x failed (0x%x)", track, as_hex(error));
     }
-    error = ZUAVPLAYER_ChnClose(connection, player, ZU_CHN_AUD);
+    error = close_channel(session);
     if (error != 0) {
         HAL_LOGE("Call ZUAVPLAYER_ChnClose AUD avplay(0x%x) failed (0x%x)", player, as_hex(error));
     }

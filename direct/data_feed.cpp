@@ -35,10 +35,7 @@ constexpr uint32_t poll_us = 10'000;
 uint32_t last_write_pts = 0;
 
 // From a chunk's copy to its hand-over at least; taken last, under a stream's lock.
-hal_mutex block_lock = {PTHREAD_MUTEX_INITIALIZER};
-
-// Writes that wait for it. Relaxed: a change that is seen late costs a chunk's time.
-uint32_t block_waiters = 0;
+hal_mutex block_lock = {};
 
 static_assert(PTS_NONE == android::ZU_PTS_NONE);
 
@@ -72,13 +69,11 @@ bool wait_for_block(struct player_write* write) {
         return false;
     }
     bool is_locked = false;
-    __atomic_fetch_add(&block_waiters, 1, __ATOMIC_RELAXED);
     while (!is_locked && write->waited_us < longest_us) {
         const uint64_t start_us = now_us();
         is_locked = try_lock_for(longest_us - write->waited_us, block_lock, log_tag, "data_write");
         write->waited_us += now_us() - start_us;
     }
-    __atomic_fetch_sub(&block_waiters, 1, __ATOMIC_RELAXED);
     if (!is_locked) {
         HAL_LOGE("another stream's chunk is in the way for %d ms",
                  static_cast<int>(write->waited_us / 1000));
@@ -152,6 +147,11 @@ void capture_chunk(FILE* es_file, const uint8_t* data, uint32_t bytes) {
     }
 }
 
+bool has_to_resume(const struct avplay_session* session) {
+    return session->state == AVPLAY_STATE_READY ||
+           (session->is_in_doubt && session->state == AVPLAY_STATE_RUNNING);
+}
+
 void note_pts(uint32_t size, uint32_t pts) {
     const uint32_t previous = load_relaxed(last_write_pts);
     if (previous < pts && is_switch_on(gbEnablePts)) {
@@ -164,7 +164,7 @@ void note_pts(uint32_t size, uint32_t pts) {
 }  // namespace
 
 void block_hold::release_if_wanted() {
-    if (load_relaxed(block_waiters) > 0) {
+    if (is_wanted(block_lock)) {
         release();
     }
 }
@@ -180,7 +180,7 @@ int32_t feed_player(struct player_write* write, const uint8_t* data, uint32_t si
     trace_call(log_tag, "data_write");
     struct avplay_session* const session = write->session;
     int32_t status = 0;
-    if (session->state == AVPLAY_STATE_READY) {
+    if (has_to_resume(session)) {
         status = hal_avplay_resume(session);
         if (status != 0) {
             HAL_LOGE("hal_avplay_resume faild(0x%x)", as_hex(status));

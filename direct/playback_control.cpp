@@ -1,5 +1,7 @@
 #include "direct/playback_control.h"
 
+#include <errno.h>
+
 #include <zuavplayer/player_types.h>
 
 #include "diag/debug_switches.h"
@@ -17,6 +19,22 @@ namespace {
 
 constexpr const char* log_tag = "audio_hal_avplay";
 
+// After a pause or stop, by what the service answered.
+void note_doubt(struct avplay_session* session, int32_t status) {
+    session->is_in_doubt = status == -ETIMEDOUT || (session->is_in_doubt && status != 0);
+}
+
+// A started player refuses to be started, which does not matter. What it was asked to do before it
+// hung is done by then: it answers.
+void end_doubt(struct avplay_session* session) {
+    const int32_t status =
+        ZUAVPLAYER_Start(player_connection(), session->avplay_handle, ZU_CHN_AUD, nullptr, 0);
+    session->is_in_doubt = status == -ETIMEDOUT;
+    if (session->state == AVPLAY_STATE_RUNNING) {
+        session->state = AVPLAY_STATE_READY;
+    }
+}
+
 }  // namespace
 
 int32_t hal_avplay_pause(struct avplay_session* session) {
@@ -30,6 +48,7 @@ int32_t hal_avplay_pause(struct avplay_session* session) {
         return 0;
     }
     const int32_t error = ZUAVPLAYER_Pause(player_connection(), session->avplay_handle, nullptr, 0);
+    note_doubt(session, error);
     if (error != 0) {
         HAL_LOGE("Call ZUAVPLAYER_Pause (0x%x) failed (0x%x)", session->avplay_handle,
                  as_hex(error));
@@ -44,6 +63,9 @@ int32_t hal_avplay_resume(struct avplay_session* session) {
     trace_call(log_tag, __func__);
     if (session == nullptr) {
         return -1;
+    }
+    if (session->is_in_doubt) {
+        end_doubt(session);
     }
     if (session->state == AVPLAY_STATE_RUNNING) {
         HAL_LOGE("%s: Avplay not PAUSED state(0x%x)", __func__,
@@ -72,6 +94,7 @@ int32_t hal_avplay_flush(struct avplay_session* session) {
     }
     int32_t error =
         ZUAVPLAYER_Stop(player_connection(), session->avplay_handle, ZU_CHN_AUD, nullptr, 0);
+    note_doubt(session, error);
     if (error != 0) {
         HAL_LOGE("Avplay Flush ZUAVPLAYER_Stop failed (0x%x)", as_hex(error));
         return error;

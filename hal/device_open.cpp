@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* log_tag = "audio_hal";
 
-hal_mutex adev_init_lock = {PTHREAD_MUTEX_INITIALIZER};
+hal_mutex adev_init_lock = {};
 uint32_t adev_init_count = 0;  // written under adev_init_lock, read by adev_init_check without it
 hal_device* adev_instance HAL_GUARDED_BY(adev_init_lock) = nullptr;
 

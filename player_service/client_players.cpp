@@ -164,7 +164,7 @@ int32_t client::PutBufEx(uint32_t handle, int buffer, uint32_t valid_bytes, uint
         if (block.size_bytes() < valid_bytes) {
             return zu_status(ZU_ERR_NO_BLOCK);
         }
-        return found.put({block.copy(valid_bytes), pts_ms});
+        return found.put(block.bytes(), valid_bytes, pts_ms);
     });
 }
 

@@ -229,7 +229,7 @@ int32_t player::reserve(uint32_t bytes) {
     }
 }
 
-int32_t player::put(stream_chunk chunk) {
+int32_t player::put(const uint8_t* bytes, uint32_t count, uint32_t pts_ms) {
     const std::lock_guard<std::mutex> guard(mutex_);
     if (retired_) {
         return zu_status(ZU_ERR_INVALID_HANDLE);
@@ -237,7 +237,7 @@ int32_t player::put(stream_chunk chunk) {
     if (run_ == nullptr) {
         return zu_status(ZU_ERR_INVALID_STATE);
     }
-    switch (run_->put(std::move(chunk))) {
+    switch (run_->put(bytes, count, pts_ms)) {
         case stream_run::answer::done:
             return 0;
         case stream_run::answer::refused:

@@ -54,7 +54,7 @@ class player {
     int32_t flush();
 
     int32_t reserve(uint32_t bytes);
-    int32_t put(stream_chunk chunk);
+    int32_t put(const uint8_t* bytes, uint32_t count, uint32_t pts_ms);
 
     // Whether a track carries the sound away.
     void set_audible(bool audible);

@@ -2,9 +2,8 @@
 // once.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <vector>
 
 #include <binder/IMemory.h>
 
@@ -17,9 +16,8 @@ class shared_block {
     explicit shared_block(const android::sp<android::IMemory>& memory = nullptr);
 
     size_t size_bytes() const { return size_bytes_; }
-    // The first bytes, copied once: the client may change them meanwhile. `bytes` is at most the
-    // size.
-    std::vector<uint8_t> copy(size_t bytes) const;
+    // The client may change them at any time: what counts is read once. Null without a block.
+    const uint8_t* bytes() const { return bytes_; }
 
   private:
     android::sp<android::IMemory> memory_;  // keeps the mapping

@@ -5,9 +5,9 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
-#include <optional>
 #include <vector>
+
+#include "player_service/playback/ring.h"
 
 namespace player_service {
 
@@ -22,20 +22,27 @@ class stream_buffer {
 
     // False while there is no room for so many bytes beside those held.
     bool reserve(uint32_t bytes);
-    // False, and nothing is taken, for more than was reserved. Ends the reservation otherwise.
-    bool put(stream_chunk chunk);
-    std::optional<stream_chunk> take();
+    // Copies them. False, and nothing is taken, for more than was reserved. Ends the reservation
+    // otherwise.
+    bool put(const uint8_t* bytes, uint32_t count, uint32_t pts_ms);
+    // The next chunk in place of what `chunk` has. False when there is none.
+    bool take(stream_chunk& chunk);
 
-    uint32_t held_bytes() const { return held_bytes_; }
+    uint32_t held_bytes() const { return static_cast<uint32_t>(bytes_.size()); }
     uint32_t capacity_bytes() const { return capacity_bytes_; }
     // What is held stays, also where it is more than the new capacity.
     void set_capacity(uint32_t bytes) { capacity_bytes_ = bytes; }
 
   private:
+    struct mark {
+        uint32_t bytes;
+        uint32_t pts_ms;
+    };
+
     uint32_t capacity_bytes_;
-    uint32_t held_bytes_ = 0;
     uint32_t reserved_bytes_ = 0;
-    std::deque<stream_chunk> chunks_;
+    ring<uint8_t> bytes_;
+    ring<mark> chunks_;  // where bytes_ is cut
 };
 
 }  // namespace player_service

@@ -22,12 +22,12 @@ stream_run::answer stream_run::reserve(uint32_t bytes) {
     return buffer_.reserve(bytes) ? answer::done : answer::full;
 }
 
-stream_run::answer stream_run::put(stream_chunk chunk) {
+stream_run::answer stream_run::put(const uint8_t* bytes, uint32_t count, uint32_t pts_ms) {
     const std::lock_guard<std::mutex> guard(mutex_);
     if (ending_) {
         return answer::ending;
     }
-    if (!buffer_.put(std::move(chunk))) {
+    if (!buffer_.put(bytes, count, pts_ms)) {
         return answer::refused;
     }
     low_armed_ = low_armed_ || buffer_.held_bytes() > buffer_.capacity_bytes() / 2;
@@ -109,13 +109,14 @@ void stream_run::await_work(std::unique_lock<std::mutex>& lock) {
 }
 
 void stream_run::work() {
+    stream_chunk chunk;
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         await_work(lock);
         if (dropped_) {
             return;
         }
-        const std::optional<stream_chunk> chunk = buffer_.take();
+        const bool is_end = !buffer_.take(chunk);
         const uint32_t held_bytes = buffer_.held_bytes();
         const bool is_low = low_armed_ && held_bytes < buffer_.capacity_bytes() / 4;
         low_armed_ = low_armed_ && !is_low;
@@ -123,13 +124,13 @@ void stream_run::work() {
         if (is_low) {
             on_low_(held_bytes);
         }
-        if (chunk) {
-            consumer_->consume(*chunk, *this);
-        } else {
+        if (is_end) {
             consumer_->finish(*this);
+        } else {
+            consumer_->consume(chunk, *this);
         }
         lock.lock();
-        if (!chunk && !dropped_) {
+        if (is_end && !dropped_) {
             ended_ = true;
             changed_.notify_all();
             return;

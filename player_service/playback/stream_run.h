@@ -31,8 +31,8 @@ class stream_run : private playback_gate {
 
     // full: no room yet; ending: drain() has begun.
     answer reserve(uint32_t bytes);
-    // refused: more than was reserved.
-    answer put(stream_chunk chunk);
+    // Copies the chunk. refused: more than was reserved.
+    answer put(const uint8_t* bytes, uint32_t count, uint32_t pts_ms);
 
     void set_room(uint32_t bytes);
     void set_playing(bool playing);

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -160,6 +161,73 @@ TEST_F(Concurrency, StreamsOpenTheirCardsOneAfterTheOther) {
     }
     EXPECT_EQ(most, 1);
     EXPECT_EQ(tinyalsa().opens.size(), 400U);
+}
+
+TEST_F(Concurrency, ALockGoesToThoseWhoWaitInTheOrderInWhichTheyCame) {
+    hal_mutex mutex = {};
+    const auto line_end = [&mutex] {
+        pthread_mutex_lock(&mutex.line_guard);
+        const void* const last = mutex.first != nullptr ? mutex.last : nullptr;
+        pthread_mutex_unlock(&mutex.line_guard);
+        return last;
+    };
+    std::string order;  // guarded by the mutex
+    std::vector<std::thread> waiting;
+    const auto let_wait = [&](const std::function<void()>& work) {
+        const void* const before = line_end();
+        waiting.emplace_back(work);
+        while (line_end() == before) {
+            std::this_thread::yield();
+        }
+    };
+    const auto take = [&](char name) {
+        return [&, name] {
+            const hal_lock lock(mutex, "", "");
+            order += name;
+        };
+    };
+    {
+        const hal_lock lock(mutex, "", "");
+        let_wait(take('a'));
+        let_wait(take('b'));
+        EXPECT_FALSE(try_lock_for(1000, mutex, "", "")) << "the last in the line gives up";
+        let_wait([&] {
+            if (try_lock_for(60'000'000, mutex, "", "")) {
+                order += 'c';
+                unlock(mutex, "", "");
+            }
+        });
+        EXPECT_FALSE(try_lock(mutex, "", ""));
+    }
+    take('d')();  // at once, and still behind all of them
+    for (std::thread& each : waiting) {
+        each.join();
+    }
+    EXPECT_EQ(order, "abcd");
+    EXPECT_FALSE(is_wanted(mutex));
+}
+
+TEST_F(Concurrency, StandbyComesBetweenTwoWritesOfAThreadThatDoesNothingElse) {
+    struct audio_stream_out* const stream = open_stream();
+    const std::string data = audio(period_bytes);
+    constexpr size_t writes = 20;
+    std::thread control;
+    tinyalsa().in_open = [&] {
+        if (control.joinable()) {
+            control.join();  // it has closed the card
+        }
+        control = std::thread([&] { stream->common.standby(&stream->common); });
+        while (!is_wanted(to_hal_stream_out(stream)->lock)) {
+            std::this_thread::yield();
+        }
+    };
+    for (size_t i = 0; i < writes; ++i) {
+        stream->write(stream, data.data(), data.size());
+    }
+    control.join();
+    EXPECT_EQ(tinyalsa().opens.size(), writes);
+    tinyalsa().in_open = nullptr;
+    close_stream(stream);
 }
 
 TEST_F(Concurrency, ReadsRaceStandbyParametersAndOtherStreamsAndLoseNoFrame) {

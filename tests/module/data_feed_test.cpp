@@ -100,23 +100,28 @@ TEST_F(DataFeed, GivesUpWaitingAfterASecondAndAHundredMillisecondsPaused) {
     EXPECT_EQ(feed("x"), 0);
 }
 
-TEST_F(DataFeed, WaitsForAnotherStreamsChunkNoLongerThanForRoom) {
+TEST_F(DataFeed, CountsTheWaitForAnotherStreamsChunkWithThatForRoom) {
     struct audio_stream_out* const other = open_running(tunnel_flags);
     session_of(other)->state = AVPLAY_STATE_PAUSED;
+    uint64_t waited_us = 0;
     player_service().in_call = [&](const std::string& name) {
-        if (name == "PutBufEx") {
-            player_service().in_call = nullptr;
+        if (name == "PutBufEx" && waited_us == 0) {
             log.clear();
             // Without the stream's lock, which is never taken behind that of the block.
             const std::string frames = avsync_frame(1, "abc", 1) + avsync_frame(1, "def", 2);
+            player_service().room.assign(6, full);
+            waited_us = faults().clock_us;
             hal_avplay_write(session_of(other), reinterpret_cast<const uint8_t*>(frames.data()),
                              static_cast<uint32_t>(frames.size()));
+            waited_us = faults().clock_us - waited_us;
         }
     };
     EXPECT_EQ(feed("xyz"), 0);
+    player_service().in_call = nullptr;
     EXPECT_EQ(payload_of(take_chunks()), "xyz");
-    // Both frames are lost after one wait.
-    EXPECT_EQ(log.count_containing("another stream's chunk is in the way"), 1);
+    // Both frames are lost after one wait, of which six polls went before.
+    EXPECT_EQ(log.count_containing("another stream's chunk is in the way for 100 ms"), 1);
+    EXPECT_NEAR(static_cast<double>(waited_us), 100'000 - 6 * poll_us, 1000);
     EXPECT_EQ(log.count_containing("tunnel_write_framedata:avplay_write1 failed 0xffffffff"), 2);
     write(other, avsync_frame(1, "ghi", 3));
     EXPECT_EQ(payload_of(take_chunks()), "ghi");

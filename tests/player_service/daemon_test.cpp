@@ -80,21 +80,6 @@ TEST_F(Daemon, StopsInOrderOnSignalsAndCanBeStartedAgain) {
     }
 }
 
-TEST_F(Daemon, PlaysWhatAnotherProcessSends) {
-    child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free", "--timeline", "sync.csv"}));
-    const test_client client(connect());
-    const std::vector<encoded_frame> frames = encode(codec::eac3, {6, 48000}, 30);
-    const uint32_t player = client.create_running(ZU_ADEC_AC3, 6, 48000);
-    client.feed(player, bytes_of(frames));
-    ASSERT_EQ(client.stop_at_end(player), 0);
-    EXPECT_TRUE(wav_contents("out.wav").samples == samples_of(frames));
-    const zu_stream_info info = client.info(player);
-    EXPECT_EQ(info.units, 30U);
-    EXPECT_EQ(info.damaged_units, 0U);
-    EXPECT_EQ(info.rate_hz, 48000U);
-    EXPECT_NE(contents("sync.csv"), "") << "its first line is there";
-}
-
 TEST_F(Daemon, EndsWithAnErrorWhenSoundWasLost) {
     child_process daemon(CORVEX_ZUAVPLAYERD, with({"--pace", "free"}));
     std::filesystem::remove("out.wav");

@@ -81,7 +81,8 @@ class keeper : public stream_consumer {
 class StreamRun : public testing::Test {
   protected:
     answer put(size_t bytes) {
-        return run_.put({std::vector<uint8_t>(bytes, next_++), android::ZU_PTS_NONE});
+        const std::vector<uint8_t> chunk(bytes, next_++);
+        return run_.put(chunk.data(), static_cast<uint32_t>(bytes), android::ZU_PTS_NONE);
     }
     answer send(uint32_t bytes) {
         const answer reserved = run_.reserve(bytes);

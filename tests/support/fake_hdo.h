@@ -14,7 +14,6 @@ struct fake_hdo {
     int32_t close_result = 0;
     int32_t control_result = 0;  // pause, resume, flush, drain
     uint64_t position = 0;
-    int32_t position_result = 0;
     int32_t hwsync_result = 0;
     uint32_t hwsync_id = 0;
     std::function<void()> in_call;  // runs inside each of the calls below

@@ -43,6 +43,7 @@ struct str_parms* __real_str_parms_create_str(const char* text);
 char* __real_str_parms_to_str(struct str_parms* parms);
 int __real_memset_s(void* dest, size_t dest_size, int value, size_t count);
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
+int __real_pthread_mutex_trylock(pthread_mutex_t* mutex);
 int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
 int __real_pthread_mutex_timedlock(pthread_mutex_t* mutex, const struct timespec* until);
 int __real_clock_gettime(clockid_t clock, struct timespec* time);
@@ -71,6 +72,10 @@ int __wrap_memset_s(void* dest, size_t dest_size, int value, size_t count) {
 }
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
     const int result = __real_pthread_mutex_lock(mutex);
+    return fails(mutex) ? EINVAL : result;
+}
+int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex) {
+    const int result = __real_pthread_mutex_trylock(mutex);
     return fails(mutex) ? EINVAL : result;
 }
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
