@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/avsync_header.h"
-#include "tools/cut_sizes.h"
-#include "tools/frame_ledger.h"
-#include "tools/stream_events.h"
-#include "tools/tool_error.h"
+#include "tools/direct/avsync_header.h"
+#include "tools/direct/cut_sizes.h"
+#include "tools/direct/frame_ledger.h"
+#include "tools/direct/stream_events.h"
+#include "tools/terminal/tool_error.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include "tests/support/resource_limit.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
-#include "tools/level_meter.h"
-#include "tools/tool_error.h"
-#include "tools/wav_writer.h"
+#include "tools/media/wav_writer.h"
+#include "tools/pcm/level_meter.h"
+#include "tools/terminal/tool_error.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
-#include "tools/sink_device.h"
-#include "tools/tool_error.h"
+#include "tools/device/sink_device.h"
+#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 

@@ -3,8 +3,8 @@
 
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
-#include "tools/source_device.h"
-#include "tools/tool_error.h"
+#include "tools/device/source_device.h"
+#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 

@@ -1,0 +1,123 @@
+// corvex-hal loop: plays and records at once and tells how long a sound takes around.
+
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+
+#include "tools/commands/command.h"
+#include "tools/device/sink_device.h"
+#include "tools/device/source_device.h"
+#include "tools/module/own_tinyalsa.h"
+#include "tools/pcm/level_meter.h"
+#include "tools/pcm/round_trip.h"
+#include "tools/terminal/interrupt.h"
+#include "tools/terminal/log_lines.h"
+#include "tools/terminal/tool_error.h"
+
+namespace {
+
+constexpr uint32_t rate_hz = 48000;
+
+template <typename Stream>
+void require_stereo(const Stream& stream, const char* direction, int status) {
+    if (stream == nullptr) {
+        throw tool_error(std::string("the module refuses a primary ") + direction +
+                         " stream: " + status_text(status) + "; see its log with -v");
+    }
+    if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() != rate_hz) {
+        throw tool_error(std::string("the module opened another kind of ") + direction +
+                         " stream than asked for; see what it offers with 'corvex-hal info'");
+    }
+}
+
+class loop_command : public command {
+  public:
+    void declare(CLI::App& app) override {
+        app.add_option("-p,--playback", playback_,
+                       "Where to play: card, an ALSA PCM, or X.wav (overwritten)")
+            ->capture_default_str();
+        app.add_option("-d,--capture", capture_,
+                       "What to record: card, an ALSA PCM, or the same X.wav")
+            ->capture_default_str();
+    }
+
+    int run(const global_options& options, log_lines& log) override {
+        const chosen_device sink = choose_sink({playback_, {}, ""});
+        const chosen_device source = choose_capture(sink);
+        sink.apply();
+        source.apply();
+
+        interrupt_guard interrupt;
+        round_trip_report report;
+        {
+            const hal_module module(options.module_path);
+            require_tinyalsa_for(module, sink);
+            require_tinyalsa_for(module, source);
+            const hal_device device(module, absent_player_service::go_on);
+            log.forget();
+            const problems_until_device_closes quiet_close(log);
+            int status = 0;
+            const auto output =
+                hal_output_stream::open(device,
+                                        {rate_hz, AUDIO_CHANNEL_OUT_STEREO, AUDIO_FORMAT_PCM_16_BIT,
+                                         AUDIO_OUTPUT_FLAG_PRIMARY},
+                                        status);
+            require_stereo(output, "output", status);
+            const auto input =
+                hal_input_stream::open(device, rate_hz, AUDIO_CHANNEL_IN_STEREO, status);
+            require_stereo(input, "input", status);
+            progress_line progress(!log.shown());
+            report = measure_round_trip(*output, *input, log, interrupt, progress);
+        }
+        if (!report.failure.empty()) {
+            throw tool_error(report.failure + "; choose another --playback or --capture");
+        }
+        if (report.interrupted) {
+            return exit_interrupted;
+        }
+        if (!report.found) {
+            throw tool_error(
+                "what was played to " + sink.text + " did not come back from " + source.text +
+                " (its peak was " + level_text(report.peak) +
+                "); join the output to the input by a cable or through the air, or use the two "
+                "ends of a loopback card, or one WAV file for both");
+        }
+        std::printf("%-10s %s\n%-10s %s\n", "played to", sink.text.c_str(), "heard from",
+                    source.text.c_str());
+        std::printf("%-10s %" PRIu64 " frames, %.1f ms from write to read\n", "round trip",
+                    report.delay_frames, static_cast<double>(report.delay_frames) * 1000 / rate_hz);
+        std::printf("%-10s %.0f %%, peak %s\n", "match",
+                    std::floor(static_cast<double>(report.correlation) * 100),
+                    level_text(report.peak).c_str());
+        for (const log_line& line : log.problems()) {
+            std::printf("%-10s %s\n", "module log", to_text(line).c_str());
+        }
+        return exit_success;
+    }
+
+  private:
+    // The file that is played into need not be there yet.
+    chosen_device choose_capture(const chosen_device& sink) const {
+        const auto wav = wav_path_in(capture_, true);
+        if (wav && sink.is_wav_file() &&
+            wav_device(capture_variable, *wav).wav_path == sink.wav_path) {
+            return wav_device(capture_variable, *wav);
+        }
+        if (wav || sink.is_wav_file()) {
+            throw tool_error(
+                "a WAV file hears only what is played into it; give the same file to --playback "
+                "and --capture, or no file to either",
+                exit_usage);
+        }
+        return choose_source({capture_, ""});
+    }
+
+    std::string playback_ = "card";
+    std::string capture_ = "card";
+};
+
+}  // namespace
+
+std::unique_ptr<command> make_loop() {
+    return std::make_unique<loop_command>();
+}

@@ -1,0 +1,186 @@
+// corvex-hal play: one audio file through the primary output, as the audio server's mixer would.
+
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
+#include "tools/commands/command.h"
+#include "tools/device/sink_device.h"
+#include "tools/module/own_tinyalsa.h"
+#include "tools/pcm/playback.h"
+#include "tools/terminal/interrupt.h"
+#include "tools/terminal/log_lines.h"
+#include "tools/terminal/progress.h"
+#include "tools/terminal/tool_error.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr uint32_t card_rate_hz = 48000;
+
+audio_channel_mask_t mask_for(unsigned channels) {
+    switch (channels) {
+        case 1:
+            return AUDIO_CHANNEL_OUT_MONO;
+        case 6:
+            return AUDIO_CHANNEL_OUT_5POINT1;
+        case 8:
+            return AUDIO_CHANNEL_OUT_7POINT1;
+        default:
+            return AUDIO_CHANNEL_OUT_STEREO;
+    }
+}
+
+std::unique_ptr<hal_output_stream> open_stream(const hal_device& device, unsigned channels,
+                                               const log_lines& log) {
+    const output_request request{card_rate_hz, mask_for(channels), AUDIO_FORMAT_PCM_16_BIT,
+                                 AUDIO_OUTPUT_FLAG_PRIMARY};
+    int status = 0;
+    auto stream = hal_output_stream::open(device, request, status);
+    if (stream == nullptr) {
+        const std::vector<log_line> problems = log.problems();
+        throw tool_error("the module refuses a primary output stream: " + status_text(status) +
+                         (problems.empty() ? "" : ", " + problems.front().text) +
+                         "; see its log with -v");
+    }
+    if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() == 0 ||
+        audio_channel_count_from_out_mask(stream->channel_mask()) != channels) {
+        throw tool_error(
+            "the module opened a stream of another kind than asked for; see what it "
+            "offers with 'corvex-hal info'");
+    }
+    return stream;
+}
+
+class play_command : public command {
+  public:
+    void declare(CLI::App& app) override {
+        app.add_option("FILE", file_, "Audio file: anything that libsndfile reads")->required();
+        app.add_option("-d,--device", device_,
+                       "Where to play:\n"
+                       "  auto      $CORVEX_ALSA_PLAYBACK if set, else card 0, else\n"
+                       "            STEM.played.wav beside FILE (or here)\n"
+                       "  card      card 0, device 0 (hw:0,0)\n"
+                       "  X.wav     that WAV file, overwritten\n"
+                       "  NAME      an ALSA PCM, such as default or plughw:1")
+            ->capture_default_str();
+        app.add_option("-c,--channels", channels_,
+                       "Channels of the stream; the file is mixed to them")
+            ->check(CLI::IsMember({1, 2, 6, 8}))
+            ->capture_default_str();
+    }
+
+    int run(const global_options& options, log_lines& log) override {
+        audio_file file(file_);
+        const sink_device sink =
+            choose_sink({device_, file_, environment_value(playback_variable)});
+        sink.apply();
+        const auto written_before = sink.time_written();
+
+        // From here on every frame that was written shall be kept, whatever ends the run.
+        interrupt_guard interrupt;
+        const auto start = steady_clock::now();
+        playback_report report;
+        uint64_t clipped_samples = 0;
+        uint64_t file_frames_read = 0;
+        {
+            const hal_module module(options.module_path);
+            require_tinyalsa_for(module, sink);
+            const hal_device device(module, absent_player_service::go_on);
+            log.forget();
+            const problems_until_device_closes quiet_close(log);
+            const auto stream = open_stream(device, channels_, log);
+            stream_rate_hz_ = stream->sample_rate_hz();
+            pcm_source source(file, stream_rate_hz_, customary_layout(channels_));
+            progress_line progress(!log.shown());
+            // A file keeps every frame, so it gets no others.
+            playback player(*stream, source, log, interrupt, progress, sink.is_wav_file());
+            report = player.run();
+            clipped_samples = source.clipped_samples();
+            file_frames_read = source.file_frames_read();
+        }
+        const std::chrono::duration<double> took = steady_clock::now() - start;
+
+        const bool file_missing = sink.is_wav_file() && report.frames_written > 0 &&
+                                  sink.time_written() == written_before;
+        if (report.failure.empty() && file_missing) {
+            report.failure = "'" + sink.wav_path.string() +
+                             "' was not written: this tinyalsa does not know " + playback_variable +
+                             "; use --device card";
+        }
+        if (!report.failure.empty()) {
+            throw tool_error(report.failure);
+        }
+        print_summary(file, sink, report, took.count());
+        if (!report.interrupted && file_frames_read < file.frames()) {
+            std::printf("%-10s the file ends early: it holds %" PRIu64 " of %" PRIu64 " frames\n",
+                        "note", file_frames_read, file.frames());
+        }
+        print_notes(report, clipped_samples, log);
+        return report.interrupted ? exit_interrupted : exit_success;
+    }
+
+  private:
+    void print_summary(const audio_file& file, const sink_device& sink,
+                       const playback_report& report, double took_s) const {
+        std::printf("%-10s %s (%s; %" PRIu32 " Hz, %u channel%s, %s)\n",
+                    report.interrupted ? "interrupted" : "played", file.path().c_str(),
+                    file.format_name().c_str(), file.rate_hz(), file.channels(),
+                    file.channels() == 1 ? "" : "s",
+                    clock_text(file.frames(), file.rate_hz()).c_str());
+        if (file.rate_hz() != stream_rate_hz_ || file.layout() != customary_layout(channels_)) {
+            std::printf("%-10s to %" PRIu32 " Hz, %u channel%s\n", "converted", stream_rate_hz_,
+                        channels_, channels_ == 1 ? "" : "s");
+        }
+        std::printf("%-10s %s", "to", sink.text.c_str());
+        std::error_code error;
+        const uintmax_t size_bytes = fs::file_size(sink.wav_path, error);
+        if (sink.is_wav_file() && !error) {
+            std::printf(", %" PRIuMAX " bytes", size_bytes);
+        }
+        std::printf("\n%-10s %" PRIu64 " frames (%s) in %" PRIu64 " writes of %zu bytes\n",
+                    "written", report.frames_written,
+                    clock_text(report.frames_written, stream_rate_hz_).c_str(), report.writes,
+                    report.write_bytes);
+        if (report.presented_frames) {
+            std::printf("%-10s %" PRIu64 " frames\n", "presented", *report.presented_frames);
+        } else {
+            std::printf("%-10s unknown: the stream gives no position\n", "presented");
+        }
+        std::printf("%-10s %.3f s\n", "took", took_s);
+    }
+
+    static void print_notes(const playback_report& report, uint64_t clipped_samples,
+                            const log_lines& log) {
+        if (report.position_losses > 0) {
+            // The module knows no position while more is free than the buffer that it asked for.
+            std::printf(
+                "%-10s the position was lost %u times: the card may have run dry, or its "
+                "buffer is larger than the module's\n",
+                "note", report.position_losses);
+        }
+        if (clipped_samples > 0) {
+            std::printf("%-10s %" PRIu64 " samples were beyond full scale and clipped\n", "note",
+                        clipped_samples);
+        }
+        for (const log_line& line : log.problems()) {
+            std::printf("%-10s %s\n", "module log", to_text(line).c_str());
+        }
+    }
+
+    std::string file_;
+    std::string device_ = "auto";
+    unsigned channels_ = 2;
+    uint32_t stream_rate_hz_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<command> make_play() {
+    return std::make_unique<play_command>();
+}

@@ -1,0 +1,136 @@
+// corvex-hal record: the primary input into a WAV file, as the audio server's recorder would.
+
+#include <chrono>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+#include <stdlib.h>
+
+#include "tools/commands/command.h"
+#include "tools/device/output_file.h"
+#include "tools/device/source_device.h"
+#include "tools/module/own_tinyalsa.h"
+#include "tools/pcm/recording.h"
+#include "tools/terminal/interrupt.h"
+#include "tools/terminal/log_lines.h"
+#include "tools/terminal/tool_error.h"
+
+namespace {
+
+using std::chrono::steady_clock;
+
+constexpr double max_seconds = 24 * 3600;
+
+std::unique_ptr<hal_input_stream> open_stream(const hal_device& device, uint32_t rate_hz,
+                                              unsigned channels, const log_lines& log) {
+    const audio_channel_mask_t mask =
+        channels == 1 ? AUDIO_CHANNEL_IN_MONO : AUDIO_CHANNEL_IN_STEREO;
+    int status = 0;
+    auto stream = hal_input_stream::open(device, rate_hz, mask, status);
+    if (stream == nullptr) {
+        const std::vector<log_line> problems = log.problems();
+        throw tool_error("the module refuses an input stream of " + std::to_string(rate_hz) +
+                         " Hz: " + status_text(status) +
+                         (problems.empty() ? "" : ", " + problems.front().text) +
+                         "; use another --rate, or see its log with -v");
+    }
+    if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() != rate_hz ||
+        audio_channel_count_from_in_mask(stream->channel_mask()) != channels) {
+        throw tool_error(
+            "the module opened a stream of another kind than asked for; see what it "
+            "offers with 'corvex-hal info'");
+    }
+    return stream;
+}
+
+class record_command : public command {
+  public:
+    void declare(CLI::App& app) override {
+        app.add_option("FILE", file_, "WAV file to write; overwritten")->required();
+        app.add_option("-d,--device", device_,
+                       "What to record:\n"
+                       "  auto      $CORVEX_ALSA_CAPTURE if set, else card 0\n"
+                       "  card      card 0, device 0 (hw:0,0)\n"
+                       "  X.wav     that WAV file (48000 Hz, stereo), then silence\n"
+                       "  NAME      an ALSA PCM, such as default or plughw:1")
+            ->capture_default_str();
+        app.add_option("-r,--rate", rate_hz_, "Rate of the stream and the file, in Hz")
+            ->capture_default_str();
+        app.add_option("-c,--channels", channels_, "Channels of the stream and the file")
+            ->check(CLI::IsMember({1, 2}))
+            ->capture_default_str();
+        app.add_option("-s,--seconds", seconds_, "How long; until Ctrl-C when left out")
+            ->check(CLI::Range(0.001, max_seconds));
+    }
+
+    int run(const global_options& options, log_lines& log) override {
+        const chosen_device source = choose_source({device_, environment_value(capture_variable)});
+        require_writable_wav(file_, source.wav_path, "recorded");
+        source.apply();
+        if (!seconds_ && source.is_wav_file()) {
+            // A file gives its frames at once, and silence without end after them: nobody would be
+            // quick enough to stop that.
+            setenv("CORVEX_WAV_PACE", "real", 0);
+        }
+
+        interrupt_guard interrupt;
+        const auto start = steady_clock::now();
+        recording_report report;
+        {
+            const hal_module module(options.module_path);
+            require_tinyalsa_for(module, source);
+            const hal_device device(module, absent_player_service::go_on);
+            log.forget();
+            const problems_until_device_closes quiet_close(log);
+            const auto stream = open_stream(device, rate_hz_, channels_, log);
+            wav_writer file(file_, rate_hz_, channels_);
+            progress_line progress(!log.shown());
+            recording recorder(*stream, channels_, file, log, interrupt, progress, frames_wanted());
+            report = recorder.run();
+        }
+        const std::chrono::duration<double> took = steady_clock::now() - start;
+        if (!report.failure.empty()) {
+            throw tool_error(report.failure);
+        }
+        print_summary(source, report, took.count());
+        for (const log_line& line : log.problems()) {
+            std::printf("%-10s %s\n", "module log", to_text(line).c_str());
+        }
+        return report.interrupted && seconds_ ? exit_interrupted : exit_success;
+    }
+
+  private:
+    std::optional<uint64_t> frames_wanted() const {
+        if (!seconds_) {
+            return std::nullopt;
+        }
+        return static_cast<uint64_t>(std::llround(*seconds_ * rate_hz_));
+    }
+
+    void print_summary(const chosen_device& source, const recording_report& report,
+                       double took_s) const {
+        std::printf("%-10s %s (WAV, 16 bit; %" PRIu32 " Hz, %u channel%s)\n",
+                    report.interrupted && seconds_ ? "interrupted" : "recorded", file_.c_str(),
+                    rate_hz_, channels_, channels_ == 1 ? "" : "s");
+        std::printf("%-10s %s\n", "from", source.text.c_str());
+        std::printf("%-10s %" PRIu64 " frames (%s) in %" PRIu64 " reads of %zu bytes\n", "read",
+                    report.frames, clock_text(report.frames, rate_hz_).c_str(), report.reads,
+                    report.read_bytes);
+        std::printf("%-10s %s\n", "peak", level_text(report.peak).c_str());
+        std::printf("%-10s %" PRIu64 " frames, as far as the module counts them\n", "lost",
+                    report.frames_lost);
+        std::printf("%-10s %.3f s\n", "took", took_s);
+    }
+
+    std::string file_;
+    std::string device_ = "auto";
+    uint32_t rate_hz_ = 48000;
+    unsigned channels_ = 2;
+    std::optional<double> seconds_;
+};
+
+}  // namespace
+
+std::unique_ptr<command> make_record() {
+    return std::make_unique<record_command>();
+}

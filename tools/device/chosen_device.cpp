@@ -1,0 +1,95 @@
+#include "tools/device/chosen_device.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <fstream>
+#include <stdlib.h>
+#include <system_error>
+
+#include "tools/terminal/tool_error.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char wav_prefix[] = "wav:";
+
+// "Loopback PCM" out of the line "name: Loopback PCM".
+std::string name_in_info(const fs::path& info) {
+    std::ifstream file(info);
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("name: ", 0) == 0) {
+            return line.substr(6);
+        }
+    }
+    return "unnamed";
+}
+
+std::string describe_card(const fs::path& proc_asound, const char* pcm) {
+    std::ifstream file(proc_asound / "card0" / "id");
+    std::string id;
+    if (!std::getline(file, id) || id.empty()) {
+        id = "unnamed";
+    }
+    return "card 0 '" + id + "', device 0 '" + name_in_info(proc_asound / "card0" / pcm / "info") +
+           "' (hw:0,0)";
+}
+
+}  // namespace
+
+void chosen_device::apply() const {
+    const int result =
+        variable.empty() ? unsetenv(environment) : setenv(environment, variable.c_str(), 1);
+    if (result != 0) {
+        throw std::system_error(errno, std::generic_category(), "setting the device");
+    }
+}
+
+std::optional<fs::file_time_type> chosen_device::time_written() const {
+    std::error_code error;
+    const fs::file_time_type time = fs::last_write_time(wav_path, error);
+    return error ? std::nullopt : std::optional(time);
+}
+
+std::string environment_value(const char* name) {
+    const char* value = getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+bool card_has(const fs::path& proc_asound, const char* pcm) {
+    std::error_code ignored;
+    return fs::exists(proc_asound / "card0" / pcm, ignored);
+}
+
+chosen_device card_device(const char* environment, const fs::path& proc_asound, const char* pcm) {
+    return {environment, "", describe_card(proc_asound, pcm), {}};
+}
+
+chosen_device wav_device(const char* environment, const fs::path& path) {
+    const fs::path wav = fs::absolute(path).lexically_normal();
+    return {environment, wav_prefix + wav.string(), "WAV file " + wav.string(), wav};
+}
+
+chosen_device alsa_device(const char* environment, const std::string& name) {
+    return {environment, name, "ALSA PCM '" + name + "'", {}};
+}
+
+std::optional<fs::path> wav_path_in(const std::string& name, bool from_person) {
+    if (name.rfind(wav_prefix, 0) == 0) {
+        return name.substr(sizeof(wav_prefix) - 1);
+    }
+    std::string extension = fs::path(name).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return from_person && extension == ".wav" ? std::optional<fs::path>(name) : std::nullopt;
+}
+
+void require_device_name(const std::string& name, const char* option) {
+    if (name.empty()) {
+        throw tool_error(std::string(option) +
+                             " is empty; give auto, card, a path that ends in .wav, or the name "
+                             "of an ALSA PCM",
+                         exit_usage);
+    }
+}

@@ -1,0 +1,88 @@
+#include "tools/pcm/recording.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "tools/pcm/card_failure.h"
+#include "tools/terminal/tool_error.h"
+
+namespace {
+constexpr size_t max_buffer_bytes = 16U << 20;
+}
+
+recording::recording(hal_input_stream& stream, unsigned channels, wav_writer& file,
+                     const log_lines& log, const interrupt_guard& interrupt,
+                     progress_line& progress, std::optional<uint64_t> frames_wanted)
+    : stream_(stream),
+      channels_(channels),
+      file_(file),
+      log_(log),
+      interrupt_(interrupt),
+      progress_(progress),
+      frames_wanted_(frames_wanted),
+      rate_hz_(stream.sample_rate_hz()) {}
+
+recording_report recording::run() {
+    const size_t frame_bytes = channels_ * sizeof(int16_t);
+    const size_t buffer_bytes = stream_.buffer_bytes();
+    const size_t buffer_frames = buffer_bytes / frame_bytes;
+    if (buffer_frames == 0 || buffer_bytes > max_buffer_bytes) {
+        throw tool_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
+                         " bytes, which cannot be right; see the module's log with -vv");
+    }
+    report_.read_bytes = buffer_frames * frame_bytes;
+    std::vector<int16_t> buffer(buffer_frames * channels_);
+    while (!frames_wanted_ || report_.frames < *frames_wanted_) {
+        if (interrupt_.requested()) {
+            report_.interrupted = true;
+            return report_;
+        }
+        const size_t frames = frames_wanted_ ? static_cast<size_t>(std::min<uint64_t>(
+                                                   buffer_frames, *frames_wanted_ - report_.frames))
+                                             : buffer_frames;
+        if (!read_all(reinterpret_cast<char*>(buffer.data()), frames * frame_bytes)) {
+            return report_;
+        }
+        file_.append(buffer.data(), frames);
+        meter_.add(buffer.data(), frames * channels_);
+        ++report_.reads;
+        report_.frames += frames;
+        report_.peak = meter_.peak();
+        report_.frames_lost += stream_.frames_lost();
+        show_progress();
+    }
+    return report_;
+}
+
+bool recording::read_all(char* data, size_t bytes) {
+    size_t done = 0;
+    while (done < bytes) {
+        const ssize_t result = stream_.read(data + done, bytes - done);
+        if (const std::string reason = card_failure(log_); !reason.empty()) {
+            report_.failure = reason + "; choose another source with --device";
+            return false;
+        }
+        if (result <= 0 || static_cast<size_t>(result) > bytes - done) {
+            report_.failure = "the module's read answered " +
+                              status_text(static_cast<int>(result)) + " for " +
+                              std::to_string(bytes - done) + " bytes; see its log with -v";
+            return false;
+        }
+        done += static_cast<size_t>(result);
+    }
+    return true;
+}
+
+void recording::show_progress() {
+    if (!progress_.due()) {
+        return;
+    }
+    const unsigned recent = meter_.take_recent_peak();
+    std::string text = clock_text(report_.frames, rate_hz_);
+    text.resize(text.size() - 2);  // tenths are enough
+    if (frames_wanted_) {
+        std::string total = clock_text(*frames_wanted_, rate_hz_);
+        text += " / " + total.substr(0, total.size() - 2);
+    }
+    progress_.draw(text + "  " + level_bar(recent) + " " + level_text(recent));
+}
