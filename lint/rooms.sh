@@ -12,18 +12,19 @@ declare -A below=(
   [player_client]="diag"
   [diag]=""
   [records]="diag"
-  [player_service]=""
-  [tools/commands]="tools/pcm tools/direct tools/service tools/module tools/device tools/media tools/terminal"
-  [tools/pcm]="tools/module tools/media tools/terminal"
-  [tools/direct]="tools/module tools/media tools/terminal"
-  [tools/service]="tools/terminal"
-  [tools/module]="tools/device tools/terminal"
-  [tools/device]="tools/terminal"
-  [tools/media]="tools/terminal"
+  [player_service]="host"
+  [tools/commands]="tools/pcm tools/direct tools/service tools/module tools/device tools/media tools/terminal host"
+  [tools/pcm]="tools/module tools/media tools/terminal host"
+  [tools/direct]="tools/module tools/media tools/terminal host"
+  [tools/service]="host"
+  [tools/module]="tools/device tools/terminal host"
+  [tools/device]="host"
+  [tools/media]="host"
   [tools/terminal]=""
+  [host]=""
 )
 # These meet the module through its tables and the service through its interface, never from inside.
-programs=" player_service tools "
+programs=" player_service tools host "
 
 status=0
 for room in "${!below[@]}"; do
@@ -61,7 +62,7 @@ for top in $(printf '%s\n' "${!below[@]}" | cut -d/ -f1 | sort -u); do
   done < <(grep -rnE '^ *# *include *"' --include='*.cpp' --include='*.h' "$top")
   # The module meets its platform through <...> only, and knows none of its insides.
   [[ $programs != *" $top "* ]] || continue
-  if grep -rnE '^ *# *include *[<"](platform|player_service|tools|tests|alsa)/' \
+  if grep -rnE '^ *# *include *[<"](platform|player_service|tools|host|tests|alsa)/' \
     --include='*.cpp' --include='*.h' "$top"; then
     echo "$top/ must not include the line above"
     status=1

@@ -1,8 +1,5 @@
 #include "player_service/options.h"
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -11,8 +8,9 @@
 #include <filesystem>
 #include <unistd.h>
 
+#include "host/program.h"
+#include "host/program_error.h"
 #include "player_service/playback/alsa_sink.h"
-#include "player_service/service_error.h"
 
 namespace fs = std::filesystem;
 
@@ -55,7 +53,7 @@ void require_writable(const std::string& path) {
     const bool was_there = access(path.c_str(), F_OK) == 0;
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
     if (fd < 0) {
-        throw service_error("'" + path + "' cannot be written: " + std::strerror(errno) +
+        throw program_error("'" + path + "' cannot be written: " + std::strerror(errno) +
                             "; name a file in another folder");
     }
     close(fd);
@@ -79,7 +77,7 @@ void choose_output(const std::string& device, daemon_options& options,
         const bool prefixed = device.rfind(kWavPrefix, 0) == 0;
         const std::string name = prefixed ? device.substr(sizeof kWavPrefix - 1) : device;
         if (name.empty()) {
-            throw service_error("--device wav: names no file; give wav:FILE", exit_usage);
+            throw program_error("--device wav: names no file; give wav:FILE", exit_usage);
         }
         const std::string path = fs::absolute(name).string();
         require_writable(path);
@@ -89,7 +87,7 @@ void choose_output(const std::string& device, daemon_options& options,
     }
     const std::string name = device == "auto" || device == "card" ? kDefaultPcm : device;
     if (const std::string reason = alsa_sink::check(name); !reason.empty()) {
-        throw service_error("ALSA PCM '" + name + "' does not open: " + reason +
+        throw program_error("ALSA PCM '" + name + "' does not open: " + reason +
                             "; aplay -L lists the names there are, and --device none plays "
                             "nowhere");
     }
@@ -106,9 +104,7 @@ std::optional<daemon_options> parse_options(int argc, char** argv) {
     std::string pace = "real";
     CLI::App app("The reference media player service: decodes what clients send and plays it.",
                  "zuavplayerd");
-    app.set_version_flag("--version", "zuavplayerd " CORVEX_VERSION);
-    app.set_help_flag("-h,--help", "Print this help and exit");
-    app.footer(kFooter);
+    declare_program(app, kFooter);
     app.add_option("--socket-dir", options.socket_dir,
                    "Folder in which clients find it, private to its user; made if it is not "
                    "there. For clients: CORVEX_BINDER_DIR")
@@ -136,13 +132,8 @@ std::optional<daemon_options> parse_options(int argc, char** argv) {
     app.add_flag("--exit-with-parent", options.exit_with_parent,
                  "Stop when the process that started it ends");
     app.add_flag("-v,--verbose", options.verbose, "Log more, to standard error");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& asked) {
-        app.exit(asked);
+    if (!parse_command_line(app, argc, argv)) {
         return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        throw service_error(std::string(error.what()) + "; see 'zuavplayerd --help'", exit_usage);
     }
     options.real_pace = pace == "real";
     choose_output(device, options);

@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 
+#include "host/program_error.h"
 #include "tests/support/resource_limit.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
 #include "tools/media/wav_writer.h"
 #include "tools/pcm/level_meter.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -43,8 +43,8 @@ TEST(WavWriter, AFullDiskIsAnErrorAndTheFileKeepsWhatFitted) {
         const resource_limit full(RLIMIT_FSIZE, 3000);
         wav_writer file("out.wav", 48000, 2);
         file.append(samples.data(), 500);
-        EXPECT_THROW(file.append(samples.data(), 500), tool_error);
-        EXPECT_THROW(wav_writer("no/out.wav", 48000, 2).append(samples.data(), 1), tool_error);
+        EXPECT_THROW(file.append(samples.data(), 500), program_error);
+        EXPECT_THROW(wav_writer("no/out.wav", 48000, 2).append(samples.data(), 1), program_error);
     }
     const auto kept = read_samples("out.wav");
     ASSERT_GE(kept.size(), samples.size());

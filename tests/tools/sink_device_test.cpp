@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "host/program_error.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
 #include "tools/device/sink_device.h"
-#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 
@@ -65,7 +65,7 @@ TEST_F(sink_rule, ChoosesWhereToPlayOrSaysWhyNot) {
                 choose_sink({row.device, "music/song.flac", row.environment, row.proc_asound});
             EXPECT_EQ(sink.variable, row.expected);
             EXPECT_EQ(row.code, exit_success) << "was accepted";
-        } catch (const tool_error& error) {
+        } catch (const program_error& error) {
             EXPECT_NE(std::string(error.what()).find(row.expected), std::string::npos)
                 << error.what();
             EXPECT_EQ(error.code(), row.code);
@@ -80,7 +80,7 @@ TEST_F(sink_rule, AutoFallsBackToTheCurrentFolder) {
     const sink_request request = {"auto", "/proc/self/cmdline", "", fs::current_path() / "none"};
     EXPECT_EQ(choose_sink(request).wav_path, fs::current_path() / "cmdline.played.wav");
     fs::current_path("/proc/self");
-    EXPECT_THROW(choose_sink(request), tool_error);
+    EXPECT_THROW(choose_sink(request), program_error);
 }
 
 TEST_F(sink_rule, NamesTheCardAndSetsTheVariable) {

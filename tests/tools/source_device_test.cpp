@@ -1,10 +1,10 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include "host/program_error.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
 #include "tools/device/source_device.h"
-#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 
@@ -45,7 +45,7 @@ TEST(SourceRule, ChoosesWhatToRecordOrSaysWhyNot) {
             EXPECT_EQ(source.variable, row.expected);
             EXPECT_STREQ(source.environment, "CORVEX_ALSA_CAPTURE");
             EXPECT_EQ(row.code, exit_success) << "was accepted";
-        } catch (const tool_error& error) {
+        } catch (const program_error& error) {
             EXPECT_NE(std::string(error.what()).find(row.expected), std::string::npos)
                 << error.what();
             EXPECT_EQ(error.code(), row.code);

@@ -25,7 +25,7 @@ class command {
     // Declares options and positional arguments; `app` outlives the command's run.
     virtual void declare(CLI::App& app) = 0;
 
-    // Does the work; returns an exit_code. Errors are tool_error. `log` has taken the module's
+    // Does the work; returns an exit_code. Errors are program_error. `log` has taken the module's
     // lines since before the module was loaded.
     virtual int run(const global_options& options, log_lines& log) = 0;
 };

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/commands/service_options.h"
 #include "tools/commands/stream_summary.h"
@@ -16,7 +17,6 @@
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
 #include "tools/terminal/progress.h"
-#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 
@@ -45,9 +45,9 @@ void check_rate(const stream_source& source) {
     constexpr uint32_t highest_hz = 192000;
     if (source.format() == AUDIO_FORMAT_PCM_16_BIT &&
         (source.rate_hz() < lowest_hz || source.rate_hz() > highest_hz)) {
-        throw tool_error("the file has " + std::to_string(source.rate_hz()) +
-                         " Hz, and a player takes PCM of " + std::to_string(lowest_hz) + " to " +
-                         std::to_string(highest_hz) + " Hz; convert it to such a rate");
+        throw program_error("the file has " + std::to_string(source.rate_hz()) +
+                            " Hz, and a player takes PCM of " + std::to_string(lowest_hz) + " to " +
+                            std::to_string(highest_hz) + " Hz; convert it to such a rate");
     }
 }
 
@@ -61,19 +61,19 @@ std::unique_ptr<hal_output_stream> open_stream(const hal_device& device,
     int status = 0;
     auto stream = hal_output_stream::open(device, request, status);
     if (stream == nullptr) {
-        throw tool_error("the module refuses a direct stream: " + status_text(status) +
-                         module_reason(log) + "; see its log with -v");
+        throw program_error("the module refuses a direct stream: " + status_text(status) +
+                            module_reason(log) + "; see its log with -v");
     }
     if (stream->format() != source.format() || stream->sample_rate_hz() != source.rate_hz() ||
         audio_channel_count_from_out_mask(stream->channel_mask()) != source.channels()) {
-        throw tool_error(
+        throw program_error(
             "the module opened a stream of another kind than asked for; see what it "
             "offers with 'corvex-hal info'");
     }
     const size_t buffer_bytes = stream->buffer_bytes();
     if (buffer_bytes == 0 || buffer_bytes > max_buffer_bytes) {
-        throw tool_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
-                         " bytes, which cannot be right; see the module's log with -vv");
+        throw program_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
+                            " bytes, which cannot be right; see the module's log with -vv");
     }
     return stream;
 }
@@ -82,9 +82,9 @@ void check_seeks(const std::vector<stream_event>& events, const stream_source& s
     for (const stream_event& event : events) {
         if (event.kind == event_kind::seek && source.duration_s() &&
             event.value_s >= *source.duration_s()) {
-            throw tool_error(option_text(event) + " goes beyond the end; the file is " +
-                                 seconds_text(*source.duration_s()) + " s long",
-                             exit_usage);
+            throw program_error(option_text(event) + " goes beyond the end; the file is " +
+                                    seconds_text(*source.duration_s()) + " s long",
+                                exit_usage);
         }
     }
 }
@@ -201,7 +201,7 @@ class direct_stream_command : public command {
         print_notes(report, problems);
         if (!report.failure.empty()) {
             std::fflush(stdout);
-            throw tool_error(report.failure);
+            throw program_error(report.failure);
         }
         return report.interrupted ? exit_interrupted : exit_success;
     }
@@ -212,13 +212,13 @@ class direct_stream_command : public command {
             return;
         }
         if (header_version_ == 1) {
-            throw tool_error("--data-offset is for header version 2; leave it out", exit_usage);
+            throw program_error("--data-offset is for header version 2; leave it out", exit_usage);
         }
         if (data_offset_ < avsync_v2_bytes || data_offset_ > max_data_offset) {
-            throw tool_error("--data-offset " + std::to_string(data_offset_) + " cannot be; give " +
-                                 std::to_string(avsync_v2_bytes) + " to " +
-                                 std::to_string(max_data_offset),
-                             exit_usage);
+            throw program_error("--data-offset " + std::to_string(data_offset_) +
+                                    " cannot be; give " + std::to_string(avsync_v2_bytes) + " to " +
+                                    std::to_string(max_data_offset),
+                                exit_usage);
         }
     }
 

@@ -4,12 +4,12 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/module/absent_operations.h"
 #include "tools/module/hal_module.h"
 #include "tools/module/hal_output_stream.h"
 #include "tools/terminal/log_lines.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 

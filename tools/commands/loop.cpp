@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/device/sink_device.h"
 #include "tools/device/source_device.h"
@@ -12,7 +13,6 @@
 #include "tools/pcm/round_trip.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -21,12 +21,12 @@ constexpr uint32_t rate_hz = 48000;
 template <typename Stream>
 void require_stereo(const Stream& stream, const char* direction, int status) {
     if (stream == nullptr) {
-        throw tool_error(std::string("the module refuses a primary ") + direction +
-                         " stream: " + status_text(status) + "; see its log with -v");
+        throw program_error(std::string("the module refuses a primary ") + direction +
+                            " stream: " + status_text(status) + "; see its log with -v");
     }
     if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() != rate_hz) {
-        throw tool_error(std::string("the module opened another kind of ") + direction +
-                         " stream than asked for; see what it offers with 'corvex-hal info'");
+        throw program_error(std::string("the module opened another kind of ") + direction +
+                            " stream than asked for; see what it offers with 'corvex-hal info'");
     }
 }
 
@@ -70,13 +70,13 @@ class loop_command : public command {
             report = measure_round_trip(*output, *input, log, interrupt, progress);
         }
         if (!report.failure.empty()) {
-            throw tool_error(report.failure + "; choose another --playback or --capture");
+            throw program_error(report.failure + "; choose another --playback or --capture");
         }
         if (report.interrupted) {
             return exit_interrupted;
         }
         if (!report.found) {
-            throw tool_error(
+            throw program_error(
                 "what was played to " + sink.text + " did not come back from " + source.text +
                 " (its peak was " + level_text(report.peak) +
                 "); join the output to the input by a cable or through the air, or use the two "
@@ -104,7 +104,7 @@ class loop_command : public command {
             return wav_device(capture_variable, *wav);
         }
         if (wav || sink.is_wav_file()) {
-            throw tool_error(
+            throw program_error(
                 "a WAV file hears only what is played into it; give the same file to --playback "
                 "and --capture, or no file to either",
                 exit_usage);

@@ -1,19 +1,16 @@
 // corvex-hal: loads the audio module the way the audio server does, plays and records through it,
 // inspects and configures it. Sub-commands are in command_table.cpp.
 
-#include <algorithm>
-#include <cstdio>
-#include <exception>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
 #include <cutils/property_overrides.h>
 
+#include "host/program.h"
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/terminal/log_lines.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -27,20 +24,13 @@ constexpr char footer[] =
     "  corvex-hal setprop persist.audiohal.log.all 1\n"
     "  corvex-hal play --help                      more about one command\n";
 
-void print_error(const std::string& message) {
-    std::string line = message;
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    line.erase(line.find_last_not_of(' ') + 1);
-    std::fprintf(stderr, "corvex-hal: %s\n", line.c_str());
-}
-
 std::pair<std::string, std::string> split_override(const std::string& text) {
     const size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
-        throw tool_error("--prop '" + text +
-                             "' is not KEY=VALUE; give for example "
-                             "--prop persist.audiohal.log.all=1",
-                         exit_usage);
+        throw program_error("--prop '" + text +
+                                "' is not KEY=VALUE; give for example "
+                                "--prop persist.audiohal.log.all=1",
+                            exit_usage);
     }
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
@@ -48,7 +38,7 @@ std::pair<std::string, std::string> split_override(const std::string& text) {
 void apply_overrides(const global_options& options) {
     for (const auto& [key, value] : options.property_overrides) {
         if (property_override(key.c_str(), value.c_str()) != 0) {
-            throw tool_error(
+            throw program_error(
                 "--prop '" + key +
                     "' cannot be set: a key has letters, digits and . _ - @ : only, and a "
                     "value at most 91 bytes in one line; correct it",
@@ -65,9 +55,7 @@ struct subcommand {
 int run(int argc, char** argv) {
     CLI::App app("Plays and records through the primary audio module, inspects and configures it.",
                  "corvex-hal");
-    app.set_version_flag("--version", "corvex-hal " CORVEX_VERSION);
-    app.set_help_flag("-h,--help", "Print this help and exit");
-    app.footer(footer);
+    declare_program(app, footer);
     app.require_subcommand(1);
 
     global_options options;
@@ -91,21 +79,8 @@ int run(int argc, char** argv) {
         subcommands.back().action->declare(*sub);
     }
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& asked) {  // help or version
-        app.exit(asked);
+    if (!parse_command_line(app, argc, argv)) {
         return exit_success;
-    } catch (const CLI::ParseError& error) {
-        const auto parsed = app.get_subcommands();
-        const std::string name = parsed.empty() ? "" : parsed.front()->get_name() + " ";
-        if (parsed.empty() && !app.remaining().empty()) {
-            throw tool_error("there is no command '" + app.remaining().front() +
-                                 "'; see 'corvex-hal --help' for those there are",
-                             exit_usage);
-        }
-        throw tool_error(std::string(error.what()) + "; see 'corvex-hal " + name + "--help'",
-                         exit_usage);
     }
     log_lines log(options.verbosity);
     for (const std::string& text : overrides) {
@@ -123,20 +98,6 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        const int code = run(argc, argv);
-        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-            print_error("cannot write to standard output; check where it goes");
-            return exit_failure;
-        }
-        return code;
-    } catch (const tool_error& error) {
-        print_error(error.what());
-        return error.code();
-    } catch (const std::bad_alloc&) {
-        print_error("out of memory; close other programs or play a smaller file");
-    } catch (const std::exception& error) {
-        print_error(error.what());
-    }
-    return exit_failure;
+    return run_program("corvex-hal", "close other programs or play a smaller file", run, argc,
+                       argv);
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/device/sink_device.h"
 #include "tools/module/own_tinyalsa.h"
@@ -13,7 +14,6 @@
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
 #include "tools/terminal/progress.h"
-#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 
@@ -44,13 +44,13 @@ std::unique_ptr<hal_output_stream> open_stream(const hal_device& device, unsigne
     auto stream = hal_output_stream::open(device, request, status);
     if (stream == nullptr) {
         const std::vector<log_line> problems = log.problems();
-        throw tool_error("the module refuses a primary output stream: " + status_text(status) +
-                         (problems.empty() ? "" : ", " + problems.front().text) +
-                         "; see its log with -v");
+        throw program_error("the module refuses a primary output stream: " + status_text(status) +
+                            (problems.empty() ? "" : ", " + problems.front().text) +
+                            "; see its log with -v");
     }
     if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() == 0 ||
         audio_channel_count_from_out_mask(stream->channel_mask()) != channels) {
-        throw tool_error(
+        throw program_error(
             "the module opened a stream of another kind than asked for; see what it "
             "offers with 'corvex-hal info'");
     }
@@ -114,7 +114,7 @@ class play_command : public command {
                              "; use --device card";
         }
         if (!report.failure.empty()) {
-            throw tool_error(report.failure);
+            throw program_error(report.failure);
         }
         print_summary(file, sink, report, took.count());
         if (!report.interrupted && file_frames_read < file.frames()) {

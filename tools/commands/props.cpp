@@ -7,9 +7,9 @@
 #include <cutils/properties.h>
 #include <cutils/property_overrides.h>
 
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/terminal/log_lines.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -46,22 +46,22 @@ class setprop_command : public command {
     int run(const global_options&, log_lines&) override {
         const std::string path = property_file_path();
         if (path.empty()) {
-            throw tool_error(
+            throw program_error(
                 "there is no place for the property file; set HOME or "
                 "CORVEX_PROPERTY_FILE");
         }
         const int status = property_set(key_.c_str(), value_.c_str());
         if (status == -EINVAL) {
-            throw tool_error(
+            throw program_error(
                 "cannot set '" + key_ +
                     "': a key has letters, digits and . _ - @ : only, and a value at most "
                     "91 bytes in one line; correct it",
                 exit_usage);
         }
         if (status != 0) {
-            throw tool_error("cannot write the property file '" + path +
-                             "': " + std::strerror(-status) +
-                             "; check its folder's rights or set CORVEX_PROPERTY_FILE");
+            throw program_error("cannot write the property file '" + path +
+                                "': " + std::strerror(-status) +
+                                "; check its folder's rights or set CORVEX_PROPERTY_FILE");
         }
         return exit_success;
     }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <stdlib.h>
 
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/device/output_file.h"
 #include "tools/device/source_device.h"
@@ -13,7 +14,6 @@
 #include "tools/pcm/recording.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -29,14 +29,14 @@ std::unique_ptr<hal_input_stream> open_stream(const hal_device& device, uint32_t
     auto stream = hal_input_stream::open(device, rate_hz, mask, status);
     if (stream == nullptr) {
         const std::vector<log_line> problems = log.problems();
-        throw tool_error("the module refuses an input stream of " + std::to_string(rate_hz) +
-                         " Hz: " + status_text(status) +
-                         (problems.empty() ? "" : ", " + problems.front().text) +
-                         "; use another --rate, or see its log with -v");
+        throw program_error("the module refuses an input stream of " + std::to_string(rate_hz) +
+                            " Hz: " + status_text(status) +
+                            (problems.empty() ? "" : ", " + problems.front().text) +
+                            "; use another --rate, or see its log with -v");
     }
     if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() != rate_hz ||
         audio_channel_count_from_in_mask(stream->channel_mask()) != channels) {
-        throw tool_error(
+        throw program_error(
             "the module opened a stream of another kind than asked for; see what it "
             "offers with 'corvex-hal info'");
     }
@@ -90,7 +90,7 @@ class record_command : public command {
         }
         const std::chrono::duration<double> took = steady_clock::now() - start;
         if (!report.failure.empty()) {
-            throw tool_error(report.failure);
+            throw program_error(report.failure);
         }
         print_summary(source, report, took.count());
         for (const log_line& line : log.problems()) {

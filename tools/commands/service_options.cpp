@@ -4,8 +4,8 @@
 #include <CLI/Formatter.hpp>
 #include <cstdlib>
 
+#include "host/program_error.h"
 #include "tools/service/service_connection.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -53,11 +53,11 @@ bool service_options::wants_own() const {
 
 service_options::plan service_options::make_plan(const std::string& input) const {
     if (service_.empty()) {
-        throw tool_error("--service is empty; give auto, own, running or the path of a program",
-                         exit_usage);
+        throw program_error("--service is empty; give auto, own, running or the path of a program",
+                            exit_usage);
     }
     if (service_ == "running" && wants_own()) {
-        throw tool_error(
+        throw program_error(
             "--service running plays where that service was told to; leave out --device, "
             "--pace, --timeline and --service-log, or use --service own",
             exit_usage);

@@ -14,7 +14,7 @@ class service_options {
 
     // What they come to for a run that plays `input`, empty for one that plays nothing. Options
     // that only a service of our own can follow ask for one. Looks for one that runs. Throws
-    // tool_error.
+    // program_error.
     struct plan {
         service_request request;
         sink_device sink;  // of a service of our own

@@ -3,13 +3,13 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/commands/service_options.h"
 #include "tools/module/av_sync.h"
 #include "tools/service/player_service.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -26,9 +26,9 @@ class sync_command : public command {
         const uint32_t id = query_av_sync(device, log);
         const uint32_t again = query_av_sync(device, log);
         if (again != id) {
-            throw tool_error("the device answers another AV-sync source each time, " +
-                             std::to_string(id) + " and " + std::to_string(again) +
-                             "; see the module's log with -v");
+            throw program_error("the device answers another AV-sync source each time, " +
+                                std::to_string(id) + " and " + std::to_string(again) +
+                                "; see the module's log with -v");
         }
         std::printf("hw_av_sync %" PRIu32 " (0x%08" PRIx32 "), from %s\n", id, id,
                     service.text().c_str());

@@ -7,7 +7,7 @@
 #include <stdlib.h>
 #include <system_error>
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 namespace fs = std::filesystem;
 
@@ -87,9 +87,9 @@ std::optional<fs::path> wav_path_in(const std::string& name, bool from_person) {
 
 void require_device_name(const std::string& name, const char* option) {
     if (name.empty()) {
-        throw tool_error(std::string(option) +
-                             " is empty; give auto, card, a path that ends in .wav, or the name "
-                             "of an ALSA PCM",
-                         exit_usage);
+        throw program_error(std::string(option) +
+                                " is empty; give auto, card, a path that ends in .wav, or the name "
+                                "of an ALSA PCM",
+                            exit_usage);
     }
 }

@@ -41,5 +41,5 @@ chosen_device alsa_device(const char* environment, const std::string& name);
 // come from a person also one that ends in .wav.
 std::optional<std::filesystem::path> wav_path_in(const std::string& name, bool from_person);
 
-// Throws tool_error (a usage error) for the empty name.
+// Throws program_error (a usage error) for the empty name.
 void require_device_name(const std::string& name, const char* option);

@@ -5,7 +5,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 namespace fs = std::filesystem;
 
@@ -27,22 +27,23 @@ bool can_write_file(const fs::path& file) {
 void require_writable_wav(const fs::path& wav, const fs::path& input, const char* done_to_input) {
     std::error_code error;
     if (wav.filename().empty()) {
-        throw tool_error("'" + wav.string() + "' names no file; give FOLDER/NAME.wav");
+        throw program_error("'" + wav.string() + "' names no file; give FOLDER/NAME.wav");
     }
     const fs::path folder = folder_of(wav);
     if (!fs::is_directory(folder, error)) {
-        throw tool_error("there is no folder '" + folder.string() + "' for '" + wav.string() +
-                         "'; make it first");
+        throw program_error("there is no folder '" + folder.string() + "' for '" + wav.string() +
+                            "'; make it first");
     }
     const fs::file_status status = fs::status(wav, error);
     if (fs::exists(status) && fs::equivalent(wav, input, error)) {
-        throw tool_error("'" + wav.string() + "' is the file to be " + done_to_input +
-                         " and would be overwritten; name another file");
+        throw program_error("'" + wav.string() + "' is the file to be " + done_to_input +
+                            " and would be overwritten; name another file");
     }
     if (fs::exists(status) && !fs::is_regular_file(status)) {
-        throw tool_error("'" + wav.string() + "' is no regular file; name another one");
+        throw program_error("'" + wav.string() + "' is no regular file; name another one");
     }
     if (!can_write_file(wav)) {
-        throw tool_error("'" + wav.string() + "' cannot be written; name a file in another folder");
+        throw program_error("'" + wav.string() +
+                            "' cannot be written; name a file in another folder");
     }
 }

@@ -1,7 +1,7 @@
 #include "tools/device/sink_device.h"
 
+#include "host/program_error.h"
 #include "tools/device/output_file.h"
-#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 
@@ -21,9 +21,9 @@ sink_device wav_beside(const fs::path& input) {
             return wav_sink(folder / name, input);
         }
     }
-    throw tool_error("there is no sound card, and neither '" + folder_of(input).string() +
-                     "' nor the current folder can be written; name a file with "
-                     "--device FOLDER/NAME.wav");
+    throw program_error("there is no sound card, and neither '" + folder_of(input).string() +
+                        "' nor the current folder can be written; name a file with "
+                        "--device FOLDER/NAME.wav");
 }
 
 sink_device from_name(const std::string& name, const fs::path& input, bool from_person) {
@@ -37,9 +37,9 @@ sink_device choose_sink(const sink_request& request) {
     require_device_name(request.device, "--device");
     const bool has_card = card_has(request.proc_asound, card_pcm);
     if (request.device == "card" && !has_card) {
-        throw tool_error("no sound card 0 with a playback device 0 (" +
-                         (request.proc_asound / "card0" / card_pcm).string() +
-                         " is missing); use --device FILE.wav or the name of an ALSA PCM");
+        throw program_error("no sound card 0 with a playback device 0 (" +
+                            (request.proc_asound / "card0" / card_pcm).string() +
+                            " is missing); use --device FILE.wav or the name of an ALSA PCM");
     }
     if (request.device == "card") {
         return card_device(playback_variable, request.proc_asound, card_pcm);

@@ -24,5 +24,5 @@ using sink_device = chosen_device;
 //   card      card 0, device 0, which has to be there
 //   X.wav     that file (also written wav:X); never the input itself
 //   other     an ALSA PCM of that name
-// Throws tool_error for a sink that cannot work.
+// Throws program_error for a sink that cannot work.
 sink_device choose_sink(const sink_request& request);

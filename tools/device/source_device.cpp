@@ -1,6 +1,6 @@
 #include "tools/device/source_device.h"
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 namespace fs = std::filesystem;
 
@@ -12,11 +12,11 @@ chosen_device wav_source(const fs::path& path) {
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) {
-        throw tool_error("there is no file '" + path.string() +
-                         "' to record from; check the name and the folder");
+        throw program_error("there is no file '" + path.string() +
+                            "' to record from; check the name and the folder");
     }
     if (!fs::is_regular_file(status)) {
-        throw tool_error("'" + path.string() + "' is no regular file; name a WAV file");
+        throw program_error("'" + path.string() + "' is no regular file; name a WAV file");
     }
     return wav_device(capture_variable, path);
 }
@@ -32,9 +32,9 @@ chosen_device choose_source(const source_request& request) {
         return wav ? wav_source(*wav) : alsa_device(capture_variable, name);
     }
     if (!card_has(request.proc_asound, card_pcm)) {
-        throw tool_error("no sound card 0 with a capture device 0 (" +
-                         (request.proc_asound / "card0" / card_pcm).string() +
-                         " is missing); use --device FILE.wav or the name of an ALSA PCM");
+        throw program_error("no sound card 0 with a capture device 0 (" +
+                            (request.proc_asound / "card0" / card_pcm).string() +
+                            " is missing); use --device FILE.wav or the name of an ALSA PCM");
     }
     return card_device(capture_variable, request.proc_asound, card_pcm);
 }

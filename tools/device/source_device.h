@@ -19,5 +19,5 @@ struct source_request {
 //   card      card 0, device 0, which has to be there
 //   X.wav     that file, which has to be there (also written wav:X)
 //   other     an ALSA PCM of that name
-// Throws tool_error for a source that cannot work.
+// Throws program_error for a source that cannot work.
 chosen_device choose_source(const source_request& request);

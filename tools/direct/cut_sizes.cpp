@@ -2,18 +2,18 @@
 
 #include <algorithm>
 
+#include "host/program_error.h"
 #include "tools/terminal/number_text.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
 constexpr char random_word[] = "random";
 
 [[noreturn]] void refuse(const std::string& text) {
-    throw tool_error("--cut '" + text + "' is no size; give bytes (1 to " +
-                         std::to_string(max_cut_bytes) +
-                         "), several with commas, random or random:SEED",
-                     exit_usage);
+    throw program_error("--cut '" + text + "' is no size; give bytes (1 to " +
+                            std::to_string(max_cut_bytes) +
+                            "), several with commas, random or random:SEED",
+                        exit_usage);
 }
 
 }  // namespace

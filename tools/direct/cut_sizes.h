@@ -13,7 +13,7 @@ class cut_sizes {
   public:
     // "4096", "1,7,4096" (over and over), "random" or "random:SEED"; "" stands for `usual_bytes`.
     // Random sizes are 1 to 4 * usual_bytes, small ones as likely as large ones; the same seed
-    // gives the same sizes. Throws tool_error (exit_usage) for anything else.
+    // gives the same sizes. Throws program_error (exit_usage) for anything else.
     cut_sizes(const std::string& text, size_t usual_bytes);
 
     size_t next();

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "host/program_error.h"
 #include "tools/terminal/number_text.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -41,7 +41,7 @@ stream_event parse_event(const event_option& option, const std::string& text) {
     if (!parse_time(text.substr(0, colon), event.at_s) || (has_value && !option.takes_value) ||
         (!has_value && option.needs_value) ||
         (has_value && !parse_time(text.substr(colon + 1), event.value_s))) {
-        throw tool_error(
+        throw program_error(
             std::string(option.name) + " '" + text + "' is no time in seconds; give " + option.form,
             exit_usage);
     }

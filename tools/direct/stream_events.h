@@ -13,7 +13,7 @@ struct stream_event {
 };
 
 // The events of the options --pause-at S[:DUR], --flush-at S and --seek-at S:TO, in the order in
-// which they happen. Throws tool_error (exit_usage) for what is no time.
+// which they happen. Throws program_error (exit_usage) for what is no time.
 std::vector<stream_event> parse_events(const std::vector<std::string>& pauses,
                                        const std::vector<std::string>& flushes,
                                        const std::vector<std::string>& seeks);

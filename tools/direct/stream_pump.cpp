@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 namespace {
 

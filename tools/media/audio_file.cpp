@@ -6,8 +6,8 @@
 #include <map>
 #include <sndfile.h>
 
+#include "host/program_error.h"
 #include "tools/media/input_file.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -76,23 +76,23 @@ audio_file::audio_file(const std::string& path) : path_(path) {
     if (file_ == nullptr) {
         const int system_error = errno;
         if (sf_error(nullptr) == SF_ERR_SYSTEM && system_error != 0) {
-            throw tool_error("cannot open '" + path + "': " + std::strerror(system_error) +
-                             "; check its rights");
+            throw program_error("cannot open '" + path + "': " + std::strerror(system_error) +
+                                "; check its rights");
         }
-        throw tool_error("cannot read '" + path + "' as audio: " + sf_strerror(nullptr) +
-                         "; give a WAV, FLAC, Ogg or other file that libsndfile reads");
+        throw program_error("cannot read '" + path + "' as audio: " + sf_strerror(nullptr) +
+                            "; give a WAV, FLAC, Ogg or other file that libsndfile reads");
     }
     if (info.channels < 1 || info.channels > static_cast<int>(max_channels)) {
-        throw tool_error("'" + path + "' has " + std::to_string(info.channels) +
-                         " channels; mix it down to at most " + std::to_string(max_channels));
+        throw program_error("'" + path + "' has " + std::to_string(info.channels) +
+                            " channels; mix it down to at most " + std::to_string(max_channels));
     }
     if (info.samplerate < min_rate_hz || info.samplerate > max_rate_hz) {
-        throw tool_error("'" + path + "' claims a rate of " + std::to_string(info.samplerate) +
-                         " Hz; it should be " + std::to_string(min_rate_hz) + " to " +
-                         std::to_string(max_rate_hz) + ", so the header may be damaged");
+        throw program_error("'" + path + "' claims a rate of " + std::to_string(info.samplerate) +
+                            " Hz; it should be " + std::to_string(min_rate_hz) + " to " +
+                            std::to_string(max_rate_hz) + ", so the header may be damaged");
     }
     if (info.frames <= 0) {
-        throw tool_error("'" + path + "' holds no audio frames; name a file that holds audio");
+        throw program_error("'" + path + "' holds no audio frames; name a file that holds audio");
     }
     rate_hz_ = static_cast<uint32_t>(info.samplerate);
     frames_ = static_cast<uint64_t>(info.frames);
@@ -105,8 +105,8 @@ audio_file::~audio_file() = default;
 size_t audio_file::read(float* samples, size_t frames) {
     const sf_count_t got = sf_readf_float(file_.get(), samples, static_cast<sf_count_t>(frames));
     if (got <= 0 && sf_error(file_.get()) != SF_ERR_NO_ERROR) {
-        throw tool_error("'" + path_ + "' is damaged: " + sf_strerror(file_.get()) +
-                         "; what came before was played");
+        throw program_error("'" + path_ + "' is damaged: " + sf_strerror(file_.get()) +
+                            "; what came before was played");
     }
     return got > 0 ? static_cast<size_t>(got) : 0;
 }

@@ -1,7 +1,7 @@
 // An audio file opened for reading: anything libsndfile knows, as interleaved float samples where
 // full scale is 1.0. 16-bit and 24-bit samples come through exactly.
 //
-// One thread. Every failure is a tool_error that names the file.
+// One thread. Every failure is a program_error that names the file.
 #pragma once
 
 #include <cstddef>

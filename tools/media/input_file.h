@@ -3,5 +3,5 @@
 
 #include <string>
 
-// Throws tool_error for a path that is not there, is not a regular file, or is empty.
+// Throws program_error for a path that is not there, is not a regular file, or is empty.
 void require_readable_file(const std::string& path);

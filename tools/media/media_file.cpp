@@ -9,8 +9,8 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "host/program_error.h"
 #include "tools/media/input_file.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -27,12 +27,12 @@ AVFormatContext* open_input(const std::string& path) {
     const int result = avformat_open_input(&context, ("file:" + path).c_str(), nullptr, &options);
     av_dict_free(&options);
     if (result == AVERROR(EACCES)) {
-        throw tool_error("cannot open '" + path + "': " + media_error_text(result) +
-                         "; check its rights");
+        throw program_error("cannot open '" + path + "': " + media_error_text(result) +
+                            "; check its rights");
     }
     if (result < 0) {
-        throw tool_error("cannot read '" + path + "' as media: " + media_error_text(result) +
-                         "; give a file that FFmpeg reads, such as AC-3, Matroska, MP4 or WAV");
+        throw program_error("cannot read '" + path + "' as media: " + media_error_text(result) +
+                            "; give a file that FFmpeg reads, such as AC-3, Matroska, MP4 or WAV");
     }
     return context;
 }
@@ -69,8 +69,8 @@ media_file::media_file(const std::string& path) : path_(path) {
         result = av_find_best_stream(context_.get(), AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
     }
     if (result < 0) {
-        throw tool_error("'" + path + "' has no sound: " + media_error_text(result) +
-                         "; name a file with an audio stream");
+        throw program_error("'" + path + "' has no sound: " + media_error_text(result) +
+                            "; name a file with an audio stream");
     }
     stream_ = context_->streams[result];
     for (unsigned i = 0; i < context_->nb_streams; ++i) {
@@ -79,14 +79,15 @@ media_file::media_file(const std::string& path) : path_(path) {
     }
     const int channels = stream_->codecpar->ch_layout.nb_channels;
     if (channels < 1 || channels > max_stream_channels) {
-        throw tool_error("'" + path + "' has " + std::to_string(channels) +
-                         " channels; a stream takes 1 to " + std::to_string(max_stream_channels));
+        throw program_error("'" + path + "' has " + std::to_string(channels) +
+                            " channels; a stream takes 1 to " +
+                            std::to_string(max_stream_channels));
     }
     const int rate_hz = stream_->codecpar->sample_rate;
     if (rate_hz < min_rate_hz || rate_hz > max_rate_hz) {
-        throw tool_error("'" + path + "' claims a rate of " + std::to_string(rate_hz) +
-                         " Hz; it should be " + std::to_string(min_rate_hz) + " to " +
-                         std::to_string(max_rate_hz) + ", so the header may be damaged");
+        throw program_error("'" + path + "' claims a rate of " + std::to_string(rate_hz) +
+                            " Hz; it should be " + std::to_string(min_rate_hz) + " to " +
+                            std::to_string(max_rate_hz) + ", so the header may be damaged");
     }
 }
 
@@ -118,8 +119,8 @@ const AVPacket* media_file::read() {
             return nullptr;
         }
         if (result < 0) {
-            throw tool_error("'" + path_ + "' cannot be read on: " + media_error_text(result) +
-                             "; what came before was sent");
+            throw program_error("'" + path_ + "' cannot be read on: " + media_error_text(result) +
+                                "; what came before was sent");
         }
         if (packet_->stream_index == stream_->index && packet_->size > 0 && !ends_before_target()) {
             return packet_.get();
@@ -138,8 +139,8 @@ void media_file::seek(double time_s) {
     const int64_t target = start + std::llround(time_s / av_q2d(stream_->time_base));
     const int result = av_seek_frame(context_.get(), stream_->index, target, AVSEEK_FLAG_BACKWARD);
     if (result < 0) {
-        throw tool_error("cannot seek in '" + path_ + "': " + media_error_text(result) +
-                         "; leave --seek-at out, or put the sound into Matroska or MP4");
+        throw program_error("cannot seek in '" + path_ + "': " + media_error_text(result) +
+                            "; leave --seek-at out, or put the sound into Matroska or MP4");
     }
     seek_target_ = target;
 }

@@ -1,7 +1,7 @@
 // The sound of a media file: the packets of its best audio stream, out of any container that FFmpeg
 // reads. Playlists may name other local files; nothing is fetched.
 //
-// One thread. Every failure is a tool_error that names the file.
+// One thread. Every failure is a program_error that names the file.
 #pragma once
 
 #include <cstdint>

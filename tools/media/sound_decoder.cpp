@@ -11,7 +11,7 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 namespace {
 
@@ -53,9 +53,9 @@ sound_decoder::sound_decoder(const media_file& file, output what) : file_(file),
     const AVCodecParameters& parameters = *file.stream().codecpar;
     const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
     if (codec == nullptr) {
-        throw tool_error("this FFmpeg has no decoder for the " +
-                         std::string(avcodec_get_name(parameters.codec_id)) + " sound of '" +
-                         file.path() + "'; convert it to AC-3 or WAV first");
+        throw program_error("this FFmpeg has no decoder for the " +
+                            std::string(avcodec_get_name(parameters.codec_id)) + " sound of '" +
+                            file.path() + "'; convert it to AC-3 or WAV first");
     }
     context_.reset(require(avcodec_alloc_context3(codec)));
     frame_.reset(require(av_frame_alloc()));
@@ -69,9 +69,9 @@ sound_decoder::sound_decoder(const media_file& file, output what) : file_(file),
         result = avcodec_open2(context_.get(), codec, nullptr);
     }
     if (result < 0) {
-        throw tool_error("cannot decode the " + std::string(codec->name) + " sound of '" +
-                         file.path() + "': " + media_error_text(result) +
-                         "; convert it to AC-3 or WAV first");
+        throw program_error("cannot decode the " + std::string(codec->name) + " sound of '" +
+                            file.path() + "': " + media_error_text(result) +
+                            "; convert it to AC-3 or WAV first");
     }
 }
 
@@ -136,8 +136,8 @@ void sound_decoder::prepare_converter() {
     converted_from_->format = frame_->format;
     converted_from_->sample_rate = frame_->sample_rate;
     if (result < 0 || av_channel_layout_copy(&converted_from_->ch_layout, &frame_->ch_layout) < 0) {
-        throw tool_error("cannot convert the sound of '" + file_.path() +
-                         "' to 16 bits: " + media_error_text(result) + "; convert it to WAV first");
+        throw program_error("cannot convert the sound of '" + file_.path() + "' to 16 bits: " +
+                            media_error_text(result) + "; convert it to WAV first");
     }
 }
 
@@ -152,8 +152,8 @@ uint64_t sound_decoder::convert(std::vector<int16_t>& samples) {
         swr_convert(converter_.get(), &out, room_frames,
                     const_cast<const uint8_t**>(frame_->extended_data), frame_->nb_samples);
     if (frames < 0) {
-        throw tool_error("cannot convert the sound of '" + file_.path() +
-                         "' to 16 bits: " + media_error_text(frames) + "; convert it to WAV first");
+        throw program_error("cannot convert the sound of '" + file_.path() + "' to 16 bits: " +
+                            media_error_text(frames) + "; convert it to WAV first");
     }
     samples.resize(before + static_cast<size_t>(frames) * channels);
     return static_cast<uint64_t>(frames);

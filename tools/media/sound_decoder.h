@@ -25,7 +25,7 @@ class sound_decoder {
         frame_count,  // all that the packets hold, as a decoder gives it that sees only packets
     };
 
-    // Borrows the file, whose packets it takes. Throws tool_error when there is no such decoder.
+    // Borrows the file, whose packets it takes. Throws program_error when there is no such decoder.
     sound_decoder(const media_file& file, output what);
     ~sound_decoder();
     sound_decoder(const sound_decoder&) = delete;

@@ -2,7 +2,7 @@
 
 #include <sndfile.h>
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 void wav_writer::closer::operator()(sf_private_tag* file) const {
     sf_close(file);
@@ -18,8 +18,8 @@ void wav_writer::open() {
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     file_.reset(sf_open(path_.c_str(), SFM_WRITE, &info));
     if (file_ == nullptr) {
-        throw tool_error("cannot write '" + path_ + "': " + sf_strerror(nullptr) +
-                         "; name a file in another folder");
+        throw program_error("cannot write '" + path_ + "': " + sf_strerror(nullptr) +
+                            "; name a file in another folder");
     }
     // So that even a kill leaves a file that players take.
     sf_command(file_.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
@@ -33,7 +33,8 @@ void wav_writer::append(const int16_t* samples, size_t frames) {
     }
     const auto count = static_cast<sf_count_t>(frames);
     if (sf_writef_short(file_.get(), samples, count) != count) {
-        throw tool_error("cannot write all of '" + path_ + "': " + sf_strerror(file_.get()) +
-                         "; what came before is in the file, so free some room and record again");
+        throw program_error(
+            "cannot write all of '" + path_ + "': " + sf_strerror(file_.get()) +
+            "; what came before is in the file, so free some room and record again");
     }
 }

@@ -16,7 +16,7 @@ class wav_writer {
     wav_writer(const wav_writer&) = delete;
     wav_writer& operator=(const wav_writer&) = delete;
 
-    // Throws tool_error when not all frames can be written.
+    // Throws program_error when not all frames can be written.
     void append(const int16_t* samples, size_t frames);
 
   private:

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "host/program_error.h"
 #include "tools/terminal/number_text.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -33,15 +33,15 @@ uint32_t query_av_sync(const hal_device& device, const log_lines& log) {
     const std::string reply = device.parameters(key);
     const std::string value = value_of(key, reply);
     if (value.empty()) {
-        throw tool_error("the device has no AV-sync source" + module_reason(log) +
-                         "; a player service has to run: see --service");
+        throw program_error("the device has no AV-sync source" + module_reason(log) +
+                            "; a player service has to run: see --service");
     }
     // The module writes the id as a signed number.
     int64_t id = 0;
     if (!parse_number(value, id) || id < INT32_MIN || id > UINT32_MAX) {
-        throw tool_error("the device answers '" + reply +
-                         "' for its AV-sync source, which is no "
-                         "id; see the module's log with -v");
+        throw program_error("the device answers '" + reply +
+                            "' for its AV-sync source, which is no "
+                            "id; see the module's log with -v");
     }
     return static_cast<uint32_t>(id);
 }

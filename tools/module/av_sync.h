@@ -8,7 +8,7 @@
 #include "tools/terminal/log_lines.h"
 
 // Asks the device for "hw_av_sync" and answers the id, the same one each time while the device is
-// open. Throws tool_error, with the module's reason out of `log`, when there is none.
+// open. Throws program_error, with the module's reason out of `log`, when there is none.
 uint32_t query_av_sync(const hal_device& device, const log_lines& log);
 
 // ", <reason>" out of the first warning or error that the module has logged; empty without one.

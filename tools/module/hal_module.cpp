@@ -9,7 +9,7 @@
 #include <hardware/hardware.h>
 #include <hardware/module_file.h>
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 namespace {
 
@@ -34,8 +34,8 @@ hal_module::hal_module(const std::string& path) : path_(path) {
     if (!path.empty()) {
         const int status = hw_load_module_file(path.c_str(), module_class, &module_);
         if (status != 0 || module_ == nullptr) {
-            throw tool_error("cannot load the module '" + path + "': " + loader_reason(status) +
-                             "; give --module the path of an audio module");
+            throw program_error("cannot load the module '" + path + "': " + loader_reason(status) +
+                                "; give --module the path of an audio module");
         }
     } else {
         std::vector<char> found(max_path_bytes);
@@ -44,13 +44,14 @@ hal_module::hal_module(const std::string& path) : path_(path) {
         }
         const int status = hw_get_module_by_class(module_class, module_instance, &module_);
         if (status != 0 || module_ == nullptr) {
-            throw tool_error("cannot load the primary audio module: " + loader_reason(status) +
-                             "; name its file with --module or its folder in CORVEX_MODULE_PATH");
+            throw program_error(
+                "cannot load the primary audio module: " + loader_reason(status) +
+                "; name its file with --module or its folder in CORVEX_MODULE_PATH");
         }
     }
     if (module_->methods == nullptr || module_->methods->open == nullptr) {
-        throw tool_error("the module '" + path_ +
-                         "' has no open method; give --module a complete audio module");
+        throw program_error("the module '" + path_ +
+                            "' has no open method; give --module a complete audio module");
     }
 }
 
@@ -62,8 +63,8 @@ hal_device::hal_device(const hal_module& module, absent_player_service then) {
     const int status = audio_hw_device_open(&module.descriptor(), &device_);
     if (status != 0 || device_ == nullptr) {
         device_ = nullptr;
-        throw tool_error("the module '" + module.path() + "' does not open its device: " +
-                         status_text(status) + "; see its own log lines with -v");
+        throw program_error("the module '" + module.path() + "' does not open its device: " +
+                            status_text(status) + "; see its own log lines with -v");
     }
 }
 

@@ -12,7 +12,7 @@
 class hal_module {
   public:
     // Loads the module file `path`, or searches for the primary audio module when it is empty.
-    // Throws tool_error.
+    // Throws program_error.
     explicit hal_module(const std::string& path);
 
     const hw_module_t& descriptor() const { return *module_; }
@@ -29,7 +29,7 @@ enum class absent_player_service { go_on, wait };
 
 class hal_device {
   public:
-    // Opens "audio_hw_if". Throws tool_error.
+    // Opens "audio_hw_if". Throws program_error.
     hal_device(const hal_module& module, absent_player_service then);
     ~hal_device();
     hal_device(const hal_device&) = delete;

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 void require_tinyalsa_for(const hal_module& module, const chosen_device& device) {
     if (device.variable.empty()) {
@@ -15,8 +15,8 @@ void require_tinyalsa_for(const hal_module& module, const chosen_device& device)
     }
     Dl_info where = {};
     dladdr(open, &where);
-    throw tool_error("the module's tinyalsa, '" +
-                     std::string(where.dli_fname != nullptr ? where.dli_fname : "unnamed") +
-                     "', plays and records through card 0 only, not through " + device.text +
-                     "; give the device 'card', or build the module with -DCORVEX_TINYALSA=own");
+    throw program_error("the module's tinyalsa, '" +
+                        std::string(where.dli_fname != nullptr ? where.dli_fname : "unnamed") +
+                        "', plays and records through card 0 only, not through " + device.text +
+                        "; give the device 'card', or build the module with -DCORVEX_TINYALSA=own");
 }

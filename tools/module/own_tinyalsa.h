@@ -4,6 +4,6 @@
 #include "tools/device/chosen_device.h"
 #include "tools/module/hal_module.h"
 
-// Throws tool_error where `device` is not card 0 and the module is linked with a tinyalsa that
+// Throws program_error where `device` is not card 0 and the module is linked with a tinyalsa that
 // knows nothing else. A module of whose tinyalsa nothing can be seen is let through.
 void require_tinyalsa_for(const hal_module& module, const chosen_device& device);

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
+#include "host/program_error.h"
 #include "tools/pcm/card_failure.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -47,8 +47,8 @@ playback_report playback::run() {
     const size_t buffer_bytes = stream_.buffer_bytes();
     buffer_frames_ = buffer_bytes / frame_bytes_;
     if (buffer_frames_ == 0 || buffer_bytes > max_buffer_bytes) {
-        throw tool_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
-                         " bytes, which cannot be right; see the module's log with -vv");
+        throw program_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
+                            " bytes, which cannot be right; see the module's log with -vv");
     }
     report_.write_bytes = buffer_frames_ * frame_bytes_;
 

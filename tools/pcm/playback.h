@@ -35,7 +35,7 @@ class playback {
 
     // Writes all of the source and waits until it has been played or the card stands still, for a
     // second or two at most. Leaves the stream out of standby. Throws what the source throws, and
-    // tool_error for a stream whose answers make no sense.
+    // program_error for a stream whose answers make no sense.
     playback_report run();
 
   private:

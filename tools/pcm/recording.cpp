@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "host/program_error.h"
 #include "tools/pcm/card_failure.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 constexpr size_t max_buffer_bytes = 16U << 20;
@@ -27,8 +27,8 @@ recording_report recording::run() {
     const size_t buffer_bytes = stream_.buffer_bytes();
     const size_t buffer_frames = buffer_bytes / frame_bytes;
     if (buffer_frames == 0 || buffer_bytes > max_buffer_bytes) {
-        throw tool_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
-                         " bytes, which cannot be right; see the module's log with -vv");
+        throw program_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
+                            " bytes, which cannot be right; see the module's log with -vv");
     }
     report_.read_bytes = buffer_frames * frame_bytes;
     std::vector<int16_t> buffer(buffer_frames * channels_);

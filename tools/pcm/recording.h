@@ -34,7 +34,7 @@ class recording {
               const interrupt_guard& interrupt, progress_line& progress,
               std::optional<uint64_t> frames_wanted);
 
-    // Throws what the file throws, and tool_error for a stream whose answers make no sense.
+    // Throws what the file throws, and program_error for a stream whose answers make no sense.
     recording_report run();
 
   private:

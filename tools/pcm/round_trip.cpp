@@ -4,10 +4,10 @@
 #include <cmath>
 #include <vector>
 
+#include "host/program_error.h"
 #include "tools/pcm/card_failure.h"
 #include "tools/pcm/level_meter.h"
 #include "tools/pcm/loop_probe.h"
-#include "tools/terminal/tool_error.h"
 
 namespace {
 
@@ -54,8 +54,9 @@ round_trip_report measure_round_trip(hal_output_stream& output, hal_input_stream
     round_trip_report report;
     const size_t block = output.buffer_bytes() / frame_bytes;
     if (block == 0 || output.buffer_bytes() > max_buffer_bytes) {
-        throw tool_error("the stream asks for buffers of " + std::to_string(output.buffer_bytes()) +
-                         " bytes, which cannot be right; see the module's log with -vv");
+        throw program_error("the stream asks for buffers of " +
+                            std::to_string(output.buffer_bytes()) +
+                            " bytes, which cannot be right; see the module's log with -vv");
     }
     const std::vector<float> probe = make_loop_probe();
     const std::vector<int16_t> signal = make_signal(probe);

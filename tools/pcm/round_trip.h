@@ -23,8 +23,8 @@ struct round_trip_report {
     std::string failure;  // why one of the cards gave up
 };
 
-// Both streams are 48000 Hz, stereo, 16-bit. Throws tool_error for a stream whose answers make no
-// sense.
+// Both streams are 48000 Hz, stereo, 16-bit. Throws program_error for a stream whose answers make
+// no sense.
 round_trip_report measure_round_trip(hal_output_stream& output, hal_input_stream& input,
                                      const log_lines& log, const interrupt_guard& interrupt,
                                      progress_line& progress);

@@ -7,8 +7,8 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "host/program_error.h"
 #include "tools/service/service_connection.h"
-#include "tools/terminal/tool_error.h"
 
 namespace fs = std::filesystem;
 
@@ -25,8 +25,8 @@ fs::path make_private_folder() {
                                 : fs::absolute(fs::temp_directory_path(error), error);
     std::string path = (parent.lexically_normal() / "corvex-hal-XXXXXX").string();
     if (mkdtemp(path.data()) == nullptr) {
-        throw tool_error("cannot make a folder in '" + parent.string() +
-                         "': " + std::strerror(errno) + "; set TMPDIR to one that can be written");
+        throw program_error("cannot make a folder in '" + parent.string() + "': " +
+                            std::strerror(errno) + "; set TMPDIR to one that can be written");
     }
     return path;
 }
@@ -48,9 +48,9 @@ std::string find_program() {
         }
         begin = end + 1;
     }
-    throw tool_error("there is no " + std::string(service_name) + " beside " + self.string() +
-                     " or in PATH; build it, name its file with --service, or start a player "
-                     "service first");
+    throw program_error("there is no " + std::string(service_name) + " beside " + self.string() +
+                        " or in PATH; build it, name its file with --service, or start a player "
+                        "service first");
 }
 
 void set_folder(const std::optional<std::string>& folder) {
@@ -72,7 +72,7 @@ player_service::player_service(const service_request& request) {
             throw;
         }
     } else if (!player_service_answers()) {
-        throw tool_error("no player service runs; start one, or leave '--service running' out");
+        throw program_error("no player service runs; start one, or leave '--service running' out");
     }
     serve_callbacks();
 }
@@ -87,8 +87,8 @@ void player_service::start(const service_request& request) {
     const fs::path sockets = folder_ / "services";
     std::error_code error;
     if (!fs::create_directory(sockets, error)) {
-        throw tool_error("cannot make a folder in '" + folder_.string() + "': " + error.message() +
-                         "; set TMPDIR to one that can be written");
+        throw program_error("cannot make a folder in '" + folder_.string() +
+                            "': " + error.message() + "; set TMPDIR to one that can be written");
     }
     fs::permissions(sockets, fs::perms::owner_all, error);
     std::vector<std::string> arguments = {"--socket-dir", sockets.string()};

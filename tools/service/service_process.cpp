@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "tools/terminal/tool_error.h"
+#include "host/program_error.h"
 
 namespace {
 
@@ -69,13 +69,13 @@ service_process::service_process(const std::string& program,
     const auto deadline = steady_clock::now() + ready_within;
     while (!is_ready()) {
         if (wait_for_end(look_every)) {
-            throw tool_error("the player service '" + program + "' did not start: " +
-                             how_it_ended() + "; run it by itself to see more");
+            throw program_error("the player service '" + program + "' did not start: " +
+                                how_it_ended() + "; run it by itself to see more");
         }
         if (steady_clock::now() > deadline) {
             stop();
-            throw tool_error("the player service '" + program +
-                             "' did not get ready; run it by itself to see why");
+            throw program_error("the player service '" + program +
+                                "' did not get ready; run it by itself to see why");
         }
     }
 }
@@ -87,9 +87,9 @@ service_process::~service_process() {
 void service_process::start(const std::string& program, const std::vector<std::string>& arguments) {
     for (const auto& path : {output_, log_}) {
         if (!std::ofstream(path, std::ios::trunc)) {
-            throw tool_error("'" + path.string() +
-                             "' cannot be written for the player service; "
-                             "name a file in another folder");
+            throw program_error("'" + path.string() +
+                                "' cannot be written for the player service; "
+                                "name a file in another folder");
         }
     }
     std::vector<std::string> words = arguments;
@@ -103,8 +103,8 @@ void service_process::start(const std::string& program, const std::vector<std::s
     const pid_t parent = getpid();
     pid_ = fork();
     if (pid_ < 0) {
-        throw tool_error("cannot start the player service: " + std::string(std::strerror(errno)) +
-                         "; end other programs first");
+        throw program_error("cannot start the player service: " +
+                            std::string(std::strerror(errno)) + "; end other programs first");
     }
     if (pid_ == 0) {
         become(argv.data(), output_.c_str(), log_.c_str(), parent);

@@ -14,7 +14,7 @@ class service_process {
   public:
     // Runs `program` with these arguments. Standard error goes to `log`, standard output to
     // `output`, both made anew. Returns once the service has printed a line with "ready" on
-    // standard output; throws tool_error, with nothing left running, when it does not.
+    // standard output; throws program_error, with nothing left running, when it does not.
     service_process(const std::string& program, const std::vector<std::string>& arguments,
                     std::filesystem::path output, std::filesystem::path log);
     ~service_process();  // stop(), whatever it says
