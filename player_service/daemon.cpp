@@ -15,6 +15,7 @@
 #include <utils/String16.h>
 #include <zuavplayer/player_types.h>
 
+#include "host/environment.h"
 #include "host/program_error.h"
 #include "player_service/log.h"
 #include "player_service/service.h"
@@ -55,9 +56,8 @@ std::string set_folder(const std::string& socket_dir) {
     if (!socket_dir.empty()) {
         setenv(kFolderVariable, std::filesystem::absolute(socket_dir).c_str(), 1);
     }
-    const char* folder = std::getenv(kFolderVariable);
-    return folder != nullptr && *folder != '\0' ? "'" + std::string(folder) + "'"
-                                                : "the user's default folder";
+    const std::string folder = environment_value(kFolderVariable);
+    return folder.empty() ? "the user's default folder" : "'" + folder + "'";
 }
 
 std::unique_ptr<timeline_file> open_timeline(const std::string& path) {

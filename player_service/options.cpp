@@ -1,15 +1,12 @@
 #include "player_service/options.h"
 
-#include <algorithm>
-#include <cctype>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <unistd.h>
 
+#include "host/device_name.h"
 #include "host/program.h"
 #include "host/program_error.h"
+#include "host/writable_file.h"
 #include "player_service/playback/alsa_sink.h"
 
 namespace fs = std::filesystem;
@@ -27,15 +24,7 @@ constexpr char kFooter[] =
     "  zuavplayerd --device out.wav --pace free     decodes to a file as fast as it can\n"
     "  zuavplayerd --timeline sync.csv              tells timestamps against sound";
 
-constexpr char kWavPrefix[] = "wav:";
 constexpr char kDefaultPcm[] = "default";
-
-bool is_wav(const std::string& device) {
-    std::string extension = fs::path(device).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return device.rfind(kWavPrefix, 0) == 0 || extension == ".wav";
-}
 
 bool is_card_here(const std::string& proc_asound) {
     std::error_code ignored;
@@ -46,20 +35,6 @@ bool is_card_here(const std::string& proc_asound) {
         }
     }
     return false;
-}
-
-// Tries it: access() promises root files even where none can be made.
-void require_writable(const std::string& path) {
-    const bool was_there = access(path.c_str(), F_OK) == 0;
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        throw program_error("'" + path + "' cannot be written: " + std::strerror(errno) +
-                            "; name a file in another folder");
-    }
-    close(fd);
-    if (!was_there) {
-        unlink(path.c_str());
-    }
 }
 
 }  // namespace
@@ -73,14 +48,15 @@ void choose_output(const std::string& device, daemon_options& options,
             device == "none" ? "nowhere" : "nowhere (there is no sound card; see --device)";
         return;
     }
-    if (is_wav(device)) {
-        const bool prefixed = device.rfind(kWavPrefix, 0) == 0;
-        const std::string name = prefixed ? device.substr(sizeof kWavPrefix - 1) : device;
-        if (name.empty()) {
+    if (const auto wav = wav_path_in(device, true)) {
+        if (wav->empty()) {
             throw program_error("--device wav: names no file; give wav:FILE", exit_usage);
         }
-        const std::string path = fs::absolute(name).string();
-        require_writable(path);
+        const std::string path = fs::absolute(*wav).string();
+        if (const int error = writing_error(path); error != 0) {
+            throw program_error("'" + path + "' cannot be written: " + std::strerror(error) +
+                                "; name a file in another folder");
+        }
         options.target = {kind::wav, path};
         options.target_text = "'" + path + "'";
         return;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "host/device_name.h"
 #include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/device/sink_device.h"

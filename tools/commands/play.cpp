@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "host/environment.h"
 #include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/device/sink_device.h"

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <stdlib.h>
 
+#include "host/environment.h"
 #include "host/program_error.h"
 #include "tools/commands/command.h"
 #include "tools/device/output_file.h"

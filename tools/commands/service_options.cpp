@@ -2,19 +2,14 @@
 
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
-#include <cstdlib>
 
+#include "host/environment.h"
 #include "host/program_error.h"
 #include "tools/service/service_connection.h"
 
 namespace {
 
 constexpr char nowhere[] = "none";
-
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? "" : value;
-}
 
 // The service's own words for a sink.
 std::string sink_argument(const sink_device& sink) {
@@ -93,5 +88,6 @@ sink_device service_options::choose(const std::string& input) const {
     if (device_ == nowhere) {
         return {playback_variable, nowhere, "nowhere", {}};
     }
-    return choose_sink({device_.empty() ? "auto" : device_, input, environment(playback_variable)});
+    return choose_sink(
+        {device_.empty() ? "auto" : device_, input, environment_value(playback_variable)});
 }

@@ -1,19 +1,16 @@
 #include "tools/device/chosen_device.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <fstream>
 #include <stdlib.h>
 #include <system_error>
 
+#include "host/device_name.h"
 #include "host/program_error.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr char wav_prefix[] = "wav:";
 
 // "Loopback PCM" out of the line "name: Loopback PCM".
 std::string name_in_info(const fs::path& info) {
@@ -52,11 +49,6 @@ std::optional<fs::file_time_type> chosen_device::time_written() const {
     return error ? std::nullopt : std::optional(time);
 }
 
-std::string environment_value(const char* name) {
-    const char* value = getenv(name);
-    return value == nullptr ? "" : value;
-}
-
 bool card_has(const fs::path& proc_asound, const char* pcm) {
     std::error_code ignored;
     return fs::exists(proc_asound / "card0" / pcm, ignored);
@@ -73,16 +65,6 @@ chosen_device wav_device(const char* environment, const fs::path& path) {
 
 chosen_device alsa_device(const char* environment, const std::string& name) {
     return {environment, name, "ALSA PCM '" + name + "'", {}};
-}
-
-std::optional<fs::path> wav_path_in(const std::string& name, bool from_person) {
-    if (name.rfind(wav_prefix, 0) == 0) {
-        return name.substr(sizeof(wav_prefix) - 1);
-    }
-    std::string extension = fs::path(name).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return from_person && extension == ".wav" ? std::optional<fs::path>(name) : std::nullopt;
 }
 
 void require_device_name(const std::string& name, const char* option) {

@@ -23,9 +23,6 @@ struct chosen_device {
     std::optional<std::filesystem::file_time_type> time_written() const;
 };
 
-// The value of an environment variable, or empty.
-std::string environment_value(const char* name);
-
 // Whether card 0 has the PCM, "pcm0p" or "pcm0c".
 bool card_has(const std::filesystem::path& proc_asound, const char* pcm);
 
@@ -36,10 +33,6 @@ chosen_device card_device(const char* environment, const std::filesystem::path& 
 // A WAV file that has been checked, or an ALSA PCM of that name.
 chosen_device wav_device(const char* environment, const std::filesystem::path& path);
 chosen_device alsa_device(const char* environment, const std::string& name);
-
-// The path of a WAV file that a name stands for, if it does: what is behind "wav:", and where names
-// come from a person also one that ends in .wav.
-std::optional<std::filesystem::path> wav_path_in(const std::string& name, bool from_person);
 
 // Throws program_error (a usage error) for the empty name.
 void require_device_name(const std::string& name, const char* option);

@@ -1,27 +1,14 @@
 #include "tools/device/output_file.h"
 
-#include <cerrno>
-#include <fcntl.h>
 #include <system_error>
-#include <unistd.h>
 
 #include "host/program_error.h"
+#include "host/writable_file.h"
 
 namespace fs = std::filesystem;
 
 fs::path folder_of(const fs::path& file) {
     return file.has_parent_path() ? file.parent_path() : fs::path(".");
-}
-
-bool can_write_file(const fs::path& file) {
-    // access() promises root files even where none can be made.
-    const int fd = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd >= 0) {
-        close(fd);
-        unlink(file.c_str());
-        return true;
-    }
-    return errno == EEXIST && access(file.c_str(), W_OK) == 0;
 }
 
 void require_writable_wav(const fs::path& wav, const fs::path& input, const char* done_to_input) {
@@ -42,7 +29,7 @@ void require_writable_wav(const fs::path& wav, const fs::path& input, const char
     if (fs::exists(status) && !fs::is_regular_file(status)) {
         throw program_error("'" + wav.string() + "' is no regular file; name another one");
     }
-    if (!can_write_file(wav)) {
+    if (writing_error(wav) != 0) {
         throw program_error("'" + wav.string() +
                             "' cannot be written; name a file in another folder");
     }

@@ -1,6 +1,8 @@
 #include "tools/device/sink_device.h"
 
+#include "host/device_name.h"
 #include "host/program_error.h"
+#include "host/writable_file.h"
 #include "tools/device/output_file.h"
 
 namespace fs = std::filesystem;
@@ -17,7 +19,7 @@ sink_device wav_sink(const fs::path& path, const fs::path& input) {
 sink_device wav_beside(const fs::path& input) {
     const fs::path name = input.stem().string() + ".played.wav";
     for (const fs::path& folder : {folder_of(input), fs::path(".")}) {
-        if (can_write_file(folder / name)) {
+        if (writing_error(folder / name) == 0) {
             return wav_sink(folder / name, input);
         }
     }

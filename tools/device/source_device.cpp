@@ -1,5 +1,6 @@
 #include "tools/device/source_device.h"
 
+#include "host/device_name.h"
 #include "host/program_error.h"
 
 namespace fs = std::filesystem;

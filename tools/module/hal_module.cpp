@@ -9,6 +9,7 @@
 #include <hardware/hardware.h>
 #include <hardware/module_file.h>
 
+#include "host/environment.h"
 #include "host/program_error.h"
 
 namespace {
@@ -56,8 +57,7 @@ hal_module::hal_module(const std::string& path) : path_(path) {
 }
 
 hal_device::hal_device(const hal_module& module, absent_player_service then) {
-    const char* const wait_ms = std::getenv(service_wait_variable);
-    if (then == absent_player_service::go_on && (wait_ms == nullptr || *wait_ms == '\0')) {
+    if (then == absent_player_service::go_on && environment_value(service_wait_variable).empty()) {
         setenv(service_wait_variable, "0", 1);
     }
     const int status = audio_hw_device_open(&module.descriptor(), &device_);

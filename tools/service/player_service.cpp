@@ -7,6 +7,7 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "host/environment.h"
 #include "host/program_error.h"
 #include "tools/service/service_connection.h"
 
@@ -19,8 +20,8 @@ constexpr char service_name[] = "zuavplayerd";
 // Where the socket and the service's output are. Short, because it ends up in a socket's address.
 fs::path make_private_folder() {
     std::error_code error;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    const fs::path parent = runtime != nullptr && *runtime == '/'
+    const std::string runtime = environment_value("XDG_RUNTIME_DIR");
+    const fs::path parent = runtime.rfind('/', 0) == 0
                                 ? fs::path(runtime)
                                 : fs::absolute(fs::temp_directory_path(error), error);
     std::string path = (parent.lexically_normal() / "corvex-hal-XXXXXX").string();
@@ -38,8 +39,7 @@ std::string find_program() {
     if (!error && access(beside.c_str(), X_OK) == 0) {
         return beside.string();
     }
-    const char* path = std::getenv("PATH");
-    std::string folders = path != nullptr ? path : "";
+    const std::string folders = environment_value("PATH");
     for (size_t begin = 0; begin < folders.size();) {
         const size_t end = std::min(folders.find(':', begin), folders.size());
         const fs::path candidate = fs::path(folders.substr(begin, end - begin)) / service_name;
