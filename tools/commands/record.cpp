@@ -84,9 +84,9 @@ class record_command : public command {
             log.forget();
             const problems_until_device_closes quiet_close(log);
             const auto stream = open_stream(device, rate_hz_, channels_, log);
-            wav_writer file(file_, rate_hz_, channels_);
             progress_line progress(!log.shown());
-            recording recorder(*stream, channels_, file, log, interrupt, progress, frames_wanted());
+            recording recorder(*stream, channels_, file_, log, interrupt, progress,
+                               frames_wanted());
             report = recorder.run();
         }
         const std::chrono::duration<double> took = steady_clock::now() - start;

@@ -64,10 +64,6 @@ std::string format_text(int format) {
 
 }  // namespace
 
-void audio_file::closer::operator()(sf_private_tag* file) const {
-    sf_close(file);
-}
-
 audio_file::audio_file(const std::string& path) : path_(path) {
     require_readable_file(path);
     SF_INFO info{};
@@ -99,8 +95,6 @@ audio_file::audio_file(const std::string& path) : path_(path) {
     layout_ = layout_of(file_.get(), info.channels);
     format_name_ = format_text(info.format);
 }
-
-audio_file::~audio_file() = default;
 
 size_t audio_file::read(float* samples, size_t frames) {
     const sf_count_t got = sf_readf_float(file_.get(), samples, static_cast<sf_count_t>(frames));

@@ -6,18 +6,15 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 
+#include "host/sound_file.h"
 #include "tools/media/channel_mix.h"
-
-struct sf_private_tag;
 
 class audio_file {
   public:
     // Refuses what is no regular file, holds no audio, or has a rate or channel count out of range.
     explicit audio_file(const std::string& path);
-    ~audio_file();
     audio_file(const audio_file&) = delete;
     audio_file& operator=(const audio_file&) = delete;
 
@@ -32,14 +29,10 @@ class audio_file {
     size_t read(float* samples, size_t frames);
 
   private:
-    struct closer {
-        void operator()(sf_private_tag* file) const;
-    };
-
     std::string path_;
     uint32_t rate_hz_ = 0;
     uint64_t frames_ = 0;
     speaker_layout layout_;
     std::string format_name_;
-    std::unique_ptr<sf_private_tag, closer> file_;
+    sound_file_handle file_;
 };

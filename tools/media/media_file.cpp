@@ -53,10 +53,6 @@ void media_file::closer::operator()(AVFormatContext* context) const {
     avformat_close_input(&context);
 }
 
-void media_file::closer::operator()(AVPacket* packet) const {
-    av_packet_free(&packet);
-}
-
 media_file::media_file(const std::string& path) : path_(path) {
     require_readable_file(path);
     context_.reset(open_input(path));

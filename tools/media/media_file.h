@@ -9,8 +9,9 @@
 #include <optional>
 #include <string>
 
+#include "host/codec_handles.h"
+
 struct AVFormatContext;
-struct AVPacket;
 struct AVStream;
 
 // What FFmpeg's code means, for a person.
@@ -45,14 +46,13 @@ class media_file {
   private:
     struct closer {
         void operator()(AVFormatContext* context) const;
-        void operator()(AVPacket* packet) const;
     };
 
     bool ends_before_target() const;
 
     std::string path_;
     std::unique_ptr<AVFormatContext, closer> context_;
-    std::unique_ptr<AVPacket, closer> packet_;
+    codec_handle<AVPacket> packet_;
     AVStream* stream_ = nullptr;
     std::optional<int64_t> seek_target_;  // in the stream's time base, until a packet reaches it
 };

@@ -1,7 +1,8 @@
 #include "tools/media/pcm_source.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "host/sample.h"
 
 namespace {
 
@@ -10,15 +11,10 @@ constexpr size_t block_frames = 2048;
 }  // namespace
 
 int16_t to_int16(float sample, uint64_t& clipped) {
-    if (std::isnan(sample)) {
-        return 0;
-    }
     if (sample > 1.0F || sample < -1.0F) {
         ++clipped;
     }
-    // 1.0 itself has no 16-bit value; it is the top one.
-    const float scaled = std::clamp(sample * 32768.0F, -32768.0F, 32767.0F);
-    return static_cast<int16_t>(std::lrintf(scaled));
+    return to_int16(sample);
 }
 
 pcm_source::pcm_source(audio_file& file, uint32_t out_rate_hz, const speaker_layout& out_layout)

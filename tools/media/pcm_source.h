@@ -14,7 +14,7 @@
 #include "tools/media/channel_mix.h"
 #include "tools/media/rate_converter.h"
 
-// Rounds to nearest and clamps; adds 1 to `clipped` for a sample beyond full scale.
+// host/sample.h's, which also adds 1 to `clipped` for a sample beyond full scale.
 int16_t to_int16(float sample, uint64_t& clipped);
 
 class pcm_source {

@@ -37,14 +37,6 @@ Pointer require(Pointer pointer) {
 
 }  // namespace
 
-void sound_decoder::closer::operator()(AVCodecContext* context) const {
-    avcodec_free_context(&context);
-}
-
-void sound_decoder::closer::operator()(AVFrame* frame) const {
-    av_frame_free(&frame);
-}
-
 void sound_decoder::closer::operator()(SwrContext* context) const {
     swr_free(&context);
 }

@@ -12,10 +12,9 @@
 #include <optional>
 #include <vector>
 
+#include "host/codec_handles.h"
 #include "tools/media/media_file.h"
 
-struct AVCodecContext;
-struct AVFrame;
 struct SwrContext;
 
 class sound_decoder {
@@ -48,8 +47,6 @@ class sound_decoder {
 
   private:
     struct closer {
-        void operator()(AVCodecContext* context) const;
-        void operator()(AVFrame* frame) const;
         void operator()(SwrContext* context) const;
     };
 
@@ -58,9 +55,9 @@ class sound_decoder {
 
     const media_file& file_;
     output what_;
-    std::unique_ptr<AVCodecContext, closer> context_;
-    std::unique_ptr<AVFrame, closer> frame_;
-    std::unique_ptr<AVFrame, closer> converted_from_;  // properties of what converter_ takes
+    codec_handle<AVCodecContext> context_;
+    codec_handle<AVFrame> frame_;
+    codec_handle<AVFrame> converted_from_;  // properties of what converter_ takes
     std::unique_ptr<SwrContext, closer> converter_;
     uint64_t damaged_packets_ = 0;
 };

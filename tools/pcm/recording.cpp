@@ -10,12 +10,12 @@ namespace {
 constexpr size_t max_buffer_bytes = 16U << 20;
 }
 
-recording::recording(hal_input_stream& stream, unsigned channels, wav_writer& file,
+recording::recording(hal_input_stream& stream, unsigned channels, std::string path,
                      const log_lines& log, const interrupt_guard& interrupt,
                      progress_line& progress, std::optional<uint64_t> frames_wanted)
     : stream_(stream),
       channels_(channels),
-      file_(file),
+      path_(std::move(path)),
       log_(log),
       interrupt_(interrupt),
       progress_(progress),
@@ -43,7 +43,7 @@ recording_report recording::run() {
         if (!read_all(reinterpret_cast<char*>(buffer.data()), frames * frame_bytes)) {
             return report_;
         }
-        file_.append(buffer.data(), frames);
+        store(buffer.data(), frames);
         meter_.add(buffer.data(), frames * channels_);
         ++report_.reads;
         report_.frames += frames;
@@ -71,6 +71,22 @@ bool recording::read_all(char* data, size_t bytes) {
         done += static_cast<size_t>(result);
     }
     return true;
+}
+
+void recording::store(const int16_t* samples, size_t frames) {
+    if (file_ == nullptr) {
+        std::string reason;
+        file_ = wav_writer::create(path_, rate_hz_, channels_, reason);
+        if (file_ == nullptr) {
+            throw program_error("cannot write '" + path_ + "': " + reason +
+                                "; name a file in another folder");
+        }
+    }
+    if (!file_->append(samples, frames)) {
+        throw program_error(
+            "cannot write all of '" + path_ + "': " + file_->error() +
+            "; what came before is in the file, so free some room and record again");
+    }
 }
 
 void recording::show_progress() {

@@ -6,10 +6,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
-#include "tools/media/wav_writer.h"
+#include "host/sound_file.h"
 #include "tools/module/hal_input_stream.h"
 #include "tools/pcm/level_meter.h"
 #include "tools/terminal/interrupt.h"
@@ -29,21 +30,24 @@ struct recording_report {
 class recording {
   public:
     // Borrows everything for its own lifetime. Without a number of frames it records until someone
-    // interrupts.
-    recording(hal_input_stream& stream, unsigned channels, wav_writer& file, const log_lines& log,
+    // interrupts. The first frames create the WAV file, or take the place of what was in it.
+    recording(hal_input_stream& stream, unsigned channels, std::string path, const log_lines& log,
               const interrupt_guard& interrupt, progress_line& progress,
               std::optional<uint64_t> frames_wanted);
 
-    // Throws what the file throws, and program_error for a stream whose answers make no sense.
+    // Throws program_error when the file cannot be written, and for a stream whose answers make no
+    // sense.
     recording_report run();
 
   private:
     bool read_all(char* data, size_t bytes);
+    void store(const int16_t* samples, size_t frames);
     void show_progress();
 
     hal_input_stream& stream_;
     unsigned channels_;
-    wav_writer& file_;
+    std::string path_;
+    std::unique_ptr<wav_writer> file_;
     const log_lines& log_;
     const interrupt_guard& interrupt_;
     progress_line& progress_;

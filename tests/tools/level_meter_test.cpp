@@ -1,11 +1,5 @@
-#include <algorithm>
 #include <gtest/gtest.h>
 
-#include "host/program_error.h"
-#include "tests/support/resource_limit.h"
-#include "tests/support/scratch_dir.h"
-#include "tests/tools/audio_samples.h"
-#include "tools/media/wav_writer.h"
 #include "tools/pcm/level_meter.h"
 
 namespace {
@@ -33,22 +27,6 @@ TEST(LevelMeter, ShowsTheLoudestSampleOfEitherSign) {
     meter.add(&quiet, 1);
     EXPECT_EQ(meter.take_recent_peak(), 20U);
     EXPECT_EQ(meter.peak(), 500U);
-}
-
-// What a recording is written to has its room, or says that it has none.
-TEST(WavWriter, AFullDiskIsAnErrorAndTheFileKeepsWhatFitted) {
-    const scratch_dir dir;
-    const auto samples = noise(2 * 500);
-    {
-        const resource_limit full(RLIMIT_FSIZE, 3000);
-        wav_writer file("out.wav", 48000, 2);
-        file.append(samples.data(), 500);
-        EXPECT_THROW(file.append(samples.data(), 500), program_error);
-        EXPECT_THROW(wav_writer("no/out.wav", 48000, 2).append(samples.data(), 1), program_error);
-    }
-    const auto kept = read_samples("out.wav");
-    ASSERT_GE(kept.size(), samples.size());
-    EXPECT_TRUE(std::equal(samples.begin(), samples.end(), kept.begin()));
 }
 
 }  // namespace
