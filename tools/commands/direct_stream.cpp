@@ -24,7 +24,6 @@ namespace {
 
 using std::chrono::steady_clock;
 
-constexpr size_t max_buffer_bytes = 16U << 20;
 constexpr uint32_t max_data_offset = 4096;
 
 const char* format_name(audio_format_t format) {
@@ -57,24 +56,14 @@ std::unique_ptr<hal_output_stream> open_stream(const hal_device& device,
     const auto flags = static_cast<audio_output_flags_t>(
         AUDIO_OUTPUT_FLAG_DIRECT |
         (tunnel ? AUDIO_OUTPUT_FLAG_HW_AV_SYNC : AUDIO_OUTPUT_FLAG_NONE));
-    const output_request request{source.rate_hz(), source.channel_mask(), source.format(), flags};
+    const stream_kind kind{source.rate_hz(), source.channel_mask(), source.format()};
     int status = 0;
-    auto stream = hal_output_stream::open(device, request, status);
+    auto stream = hal_output_stream::open(device, kind, flags, status);
     if (stream == nullptr) {
-        throw program_error("the module refuses a direct stream: " + status_text(status) +
-                            module_reason(log) + "; see its log with -v");
+        throw refused_stream("a direct stream", status, log);
     }
-    if (stream->format() != source.format() || stream->sample_rate_hz() != source.rate_hz() ||
-        audio_channel_count_from_out_mask(stream->channel_mask()) != source.channels()) {
-        throw program_error(
-            "the module opened a stream of another kind than asked for; see what it "
-            "offers with 'corvex-hal info'");
-    }
-    const size_t buffer_bytes = stream->buffer_bytes();
-    if (buffer_bytes == 0 || buffer_bytes > max_buffer_bytes) {
-        throw program_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
-                            " bytes, which cannot be right; see the module's log with -vv");
-    }
+    stream->require_kind(kind);
+    stream->buffer_frames(1);  // is one that can be
     return stream;
 }
 

@@ -1,6 +1,5 @@
 // corvex-hal info: what the module says about itself, its device, and the streams it opens.
 
-#include <cerrno>
 #include <cinttypes>
 #include <cstdio>
 
@@ -8,7 +7,7 @@
 #include "tools/commands/command.h"
 #include "tools/module/absent_operations.h"
 #include "tools/module/hal_module.h"
-#include "tools/module/hal_output_stream.h"
+#include "tools/module/hal_stream.h"
 #include "tools/terminal/log_lines.h"
 
 namespace {
@@ -17,16 +16,17 @@ constexpr char absent[] = "absent";
 
 struct output_row {
     const char* name;
-    output_request request;
+    stream_kind kind;
+    audio_output_flags_t flags;
 };
 
 output_row pcm_row(const char* name, audio_channel_mask_t mask) {
-    return {name, {48000, mask, AUDIO_FORMAT_PCM_16_BIT, AUDIO_OUTPUT_FLAG_PRIMARY}};
+    return {name, {48000, mask}, AUDIO_OUTPUT_FLAG_PRIMARY};
 }
 
 output_row direct_row(const char* name, audio_format_t format, unsigned extra_flags) {
     const auto flags = static_cast<audio_output_flags_t>(AUDIO_OUTPUT_FLAG_DIRECT | extra_flags);
-    return {name, {48000, AUDIO_CHANNEL_OUT_STEREO, format, flags}};
+    return {name, {48000, AUDIO_CHANNEL_OUT_STEREO, format}, flags};
 }
 
 std::vector<output_row> output_rows() {
@@ -151,7 +151,7 @@ std::string capability(const hal_output_stream& stream, const std::string& key) 
 // One line of the table, and the operations that the stream lacks.
 std::vector<std::string> print_output(const hal_device& device, const output_row& row) {
     int status = 0;
-    const auto stream = hal_output_stream::open(device, row.request, status);
+    const auto stream = hal_output_stream::open(device, row.kind, row.flags, status);
     if (stream == nullptr) {
         print_row(row.name, "refused: " + status_text(status));
         return {};
@@ -186,34 +186,17 @@ void print_outputs(const hal_device& device) {
     }
 }
 
-void print_input(const hal_device& device, const char* name, uint32_t rate_hz,
-                 audio_channel_mask_t mask) {
-    audio_hw_device& table = device.table();
-    if (table.open_input_stream == nullptr) {
-        print_row(name, "refused: " + status_text(-ENOSYS));
+void print_input(const hal_device& device, const char* name, const stream_kind& kind) {
+    int status = 0;
+    const auto stream = hal_input_stream::open(device, kind, status);
+    if (stream == nullptr) {
+        print_row(name, "refused: " + status_text(status));
         return;
     }
-    audio_config config{};
-    config.sample_rate = rate_hz;
-    config.channel_mask = mask;
-    config.format = AUDIO_FORMAT_PCM_16_BIT;
-    audio_stream_in* opened = nullptr;
-    const int status =
-        table.open_input_stream(&table, 0, AUDIO_DEVICE_IN_BUILTIN_MIC, &config, &opened,
-                                AUDIO_INPUT_FLAG_NONE, "", AUDIO_SOURCE_MIC);
-    if (status != 0 || opened == nullptr) {
-        print_row(name, "refused: " + status_text(status != 0 ? status : -ENODEV));
-        return;
-    }
-    const audio_stream& common = opened->common;
     char text[96];
     std::snprintf(text, sizeof(text), "accepted: %" PRIu32 " Hz, buffer %zu bytes",
-                  common.get_sample_rate ? common.get_sample_rate(&common) : 0,
-                  common.get_buffer_size ? common.get_buffer_size(&common) : 0);
+                  stream->sample_rate_hz(), stream->buffer_bytes());
     print_row(name, text);
-    if (table.close_input_stream != nullptr) {
-        table.close_input_stream(&table, opened);
-    }
 }
 
 class info_command : public command {
@@ -228,8 +211,8 @@ class info_command : public command {
             print_device(device.table());
             print_outputs(device);
             std::printf("input streams\n");
-            print_input(device, "stereo 48000", 48000, AUDIO_CHANNEL_IN_STEREO);
-            print_input(device, "mono 16000", 16000, AUDIO_CHANNEL_IN_MONO);
+            print_input(device, "stereo 48000", {48000, AUDIO_CHANNEL_IN_STEREO});
+            print_input(device, "mono 16000", {16000, AUDIO_CHANNEL_IN_MONO});
         }
         const std::vector<log_line> problems = log.problems();
         if (!problems.empty()) {

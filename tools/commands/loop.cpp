@@ -19,8 +19,7 @@ namespace {
 
 constexpr uint32_t rate_hz = 48000;
 
-template <typename Stream>
-void require_stereo(const Stream& stream, const char* direction, int status) {
+void require_stereo(const hal_stream* stream, const char* direction, int status) {
     if (stream == nullptr) {
         throw program_error(std::string("the module refuses a primary ") + direction +
                             " stream: " + status_text(status) + "; see its log with -v");
@@ -58,15 +57,12 @@ class loop_command : public command {
             log.forget();
             const problems_until_device_closes quiet_close(log);
             int status = 0;
-            const auto output =
-                hal_output_stream::open(device,
-                                        {rate_hz, AUDIO_CHANNEL_OUT_STEREO, AUDIO_FORMAT_PCM_16_BIT,
-                                         AUDIO_OUTPUT_FLAG_PRIMARY},
-                                        status);
-            require_stereo(output, "output", status);
+            const auto output = hal_output_stream::open(device, {rate_hz, AUDIO_CHANNEL_OUT_STEREO},
+                                                        AUDIO_OUTPUT_FLAG_PRIMARY, status);
+            require_stereo(output.get(), "output", status);
             const auto input =
-                hal_input_stream::open(device, rate_hz, AUDIO_CHANNEL_IN_STEREO, status);
-            require_stereo(input, "input", status);
+                hal_input_stream::open(device, {rate_hz, AUDIO_CHANNEL_IN_STEREO}, status);
+            require_stereo(input.get(), "input", status);
             progress_line progress(!log.shown());
             report = measure_round_trip(*output, *input, log, interrupt, progress);
         }

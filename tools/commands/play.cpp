@@ -39,22 +39,17 @@ audio_channel_mask_t mask_for(unsigned channels) {
 
 std::unique_ptr<hal_output_stream> open_stream(const hal_device& device, unsigned channels,
                                                const log_lines& log) {
-    const output_request request{card_rate_hz, mask_for(channels), AUDIO_FORMAT_PCM_16_BIT,
-                                 AUDIO_OUTPUT_FLAG_PRIMARY};
+    stream_kind kind{card_rate_hz, mask_for(channels)};
     int status = 0;
-    auto stream = hal_output_stream::open(device, request, status);
+    auto stream = hal_output_stream::open(device, kind, AUDIO_OUTPUT_FLAG_PRIMARY, status);
     if (stream == nullptr) {
-        const std::vector<log_line> problems = log.problems();
-        throw program_error("the module refuses a primary output stream: " + status_text(status) +
-                            (problems.empty() ? "" : ", " + problems.front().text) +
-                            "; see its log with -v");
+        throw refused_stream("a primary output stream", status, log);
     }
-    if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() == 0 ||
-        audio_channel_count_from_out_mask(stream->channel_mask()) != channels) {
-        throw program_error(
-            "the module opened a stream of another kind than asked for; see what it "
-            "offers with 'corvex-hal info'");
+    // The file is converted to any rate that the stream has.
+    if (const uint32_t rate_hz = stream->sample_rate_hz(); rate_hz != 0) {
+        kind.sample_rate_hz = rate_hz;
     }
+    stream->require_kind(kind);
     return stream;
 }
 

@@ -24,23 +24,15 @@ constexpr double max_seconds = 24 * 3600;
 
 std::unique_ptr<hal_input_stream> open_stream(const hal_device& device, uint32_t rate_hz,
                                               unsigned channels, const log_lines& log) {
-    const audio_channel_mask_t mask =
-        channels == 1 ? AUDIO_CHANNEL_IN_MONO : AUDIO_CHANNEL_IN_STEREO;
+    const stream_kind kind{rate_hz,
+                           channels == 1 ? AUDIO_CHANNEL_IN_MONO : AUDIO_CHANNEL_IN_STEREO};
     int status = 0;
-    auto stream = hal_input_stream::open(device, rate_hz, mask, status);
+    auto stream = hal_input_stream::open(device, kind, status);
     if (stream == nullptr) {
-        const std::vector<log_line> problems = log.problems();
-        throw program_error("the module refuses an input stream of " + std::to_string(rate_hz) +
-                            " Hz: " + status_text(status) +
-                            (problems.empty() ? "" : ", " + problems.front().text) +
-                            "; use another --rate, or see its log with -v");
+        throw refused_stream("an input stream of " + std::to_string(rate_hz) + " Hz", status, log,
+                             "use another --rate, or ");
     }
-    if (stream->format() != AUDIO_FORMAT_PCM_16_BIT || stream->sample_rate_hz() != rate_hz ||
-        audio_channel_count_from_in_mask(stream->channel_mask()) != channels) {
-        throw program_error(
-            "the module opened a stream of another kind than asked for; see what it "
-            "offers with 'corvex-hal info'");
-    }
+    stream->require_kind(kind);
     return stream;
 }
 

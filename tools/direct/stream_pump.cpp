@@ -5,8 +5,6 @@
 #include <chrono>
 #include <thread>
 
-#include "host/program_error.h"
-
 namespace {
 
 using std::chrono::duration;

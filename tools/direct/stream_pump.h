@@ -17,7 +17,7 @@
 #include "tools/direct/frame_ledger.h"
 #include "tools/direct/stream_events.h"
 #include "tools/direct/stream_source.h"
-#include "tools/module/hal_output_stream.h"
+#include "tools/module/hal_stream.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
 #include "tools/terminal/progress.h"

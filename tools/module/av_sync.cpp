@@ -24,11 +24,6 @@ std::string value_of(const std::string& name, const std::string& parameters) {
 
 }  // namespace
 
-std::string module_reason(const log_lines& log) {
-    const std::vector<log_line> problems = log.problems();
-    return problems.empty() ? "" : ", " + problems.front().text;
-}
-
 uint32_t query_av_sync(const hal_device& device, const log_lines& log) {
     const std::string reply = device.parameters(key);
     const std::string value = value_of(key, reply);

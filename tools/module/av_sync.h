@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
 #include "tools/module/hal_module.h"
 #include "tools/terminal/log_lines.h"
@@ -10,6 +9,3 @@
 // Asks the device for "hw_av_sync" and answers the id, the same one each time while the device is
 // open. Throws program_error, with the module's reason out of `log`, when there is none.
 uint32_t query_av_sync(const hal_device& device, const log_lines& log);
-
-// ", <reason>" out of the first warning or error that the module has logged; empty without one.
-std::string module_reason(const log_lines& log);

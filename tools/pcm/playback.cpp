@@ -5,15 +5,12 @@
 #include <thread>
 #include <vector>
 
-#include "host/program_error.h"
 #include "tools/pcm/card_failure.h"
 
 namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
-
-constexpr size_t max_buffer_bytes = 16U << 20;
 
 constexpr milliseconds poll_every(2);
 // A card whose position has not moved for its latency and this long has stopped.
@@ -44,12 +41,7 @@ playback::playback(hal_output_stream& stream, pcm_source& source, log_lines& log
       frames_total_(source.frames_expected()) {}
 
 playback_report playback::run() {
-    const size_t buffer_bytes = stream_.buffer_bytes();
-    buffer_frames_ = buffer_bytes / frame_bytes_;
-    if (buffer_frames_ == 0 || buffer_bytes > max_buffer_bytes) {
-        throw program_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
-                            " bytes, which cannot be right; see the module's log with -vv");
-    }
+    buffer_frames_ = stream_.buffer_frames(frame_bytes_);
     report_.write_bytes = buffer_frames_ * frame_bytes_;
 
     std::vector<int16_t> buffer(buffer_frames_ * source_.out_channels());

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "tools/media/pcm_source.h"
-#include "tools/module/hal_output_stream.h"
+#include "tools/module/hal_stream.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
 #include "tools/terminal/progress.h"

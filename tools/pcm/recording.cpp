@@ -6,10 +6,6 @@
 #include "host/program_error.h"
 #include "tools/pcm/card_failure.h"
 
-namespace {
-constexpr size_t max_buffer_bytes = 16U << 20;
-}
-
 recording::recording(hal_input_stream& stream, unsigned channels, std::string path,
                      const log_lines& log, const interrupt_guard& interrupt,
                      progress_line& progress, std::optional<uint64_t> frames_wanted)
@@ -24,12 +20,7 @@ recording::recording(hal_input_stream& stream, unsigned channels, std::string pa
 
 recording_report recording::run() {
     const size_t frame_bytes = channels_ * sizeof(int16_t);
-    const size_t buffer_bytes = stream_.buffer_bytes();
-    const size_t buffer_frames = buffer_bytes / frame_bytes;
-    if (buffer_frames == 0 || buffer_bytes > max_buffer_bytes) {
-        throw program_error("the stream asks for buffers of " + std::to_string(buffer_bytes) +
-                            " bytes, which cannot be right; see the module's log with -vv");
-    }
+    const size_t buffer_frames = stream_.buffer_frames(frame_bytes);
     report_.read_bytes = buffer_frames * frame_bytes;
     std::vector<int16_t> buffer(buffer_frames * channels_);
     while (!frames_wanted_ || report_.frames < *frames_wanted_) {

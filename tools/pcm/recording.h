@@ -11,7 +11,7 @@
 #include <string>
 
 #include "host/sound_file.h"
-#include "tools/module/hal_input_stream.h"
+#include "tools/module/hal_stream.h"
 #include "tools/pcm/level_meter.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <vector>
 
-#include "host/program_error.h"
 #include "tools/pcm/card_failure.h"
 #include "tools/pcm/level_meter.h"
 #include "tools/pcm/loop_probe.h"
@@ -14,7 +13,6 @@ namespace {
 constexpr uint32_t rate_hz = 48000;
 constexpr size_t channels = 2;
 constexpr size_t frame_bytes = channels * sizeof(int16_t);
-constexpr size_t max_buffer_bytes = 16U << 20;
 
 // Silence first, until both cards run and their filters have settled; and how long the probe is
 // waited for.
@@ -52,12 +50,7 @@ round_trip_report measure_round_trip(hal_output_stream& output, hal_input_stream
                                      const log_lines& log, const interrupt_guard& interrupt,
                                      progress_line& progress) {
     round_trip_report report;
-    const size_t block = output.buffer_bytes() / frame_bytes;
-    if (block == 0 || output.buffer_bytes() > max_buffer_bytes) {
-        throw program_error("the stream asks for buffers of " +
-                            std::to_string(output.buffer_bytes()) +
-                            " bytes, which cannot be right; see the module's log with -vv");
-    }
+    const size_t block = output.buffer_frames(frame_bytes);
     const std::vector<float> probe = make_loop_probe();
     const std::vector<int16_t> signal = make_signal(probe);
 

@@ -7,8 +7,7 @@
 #include <cstdint>
 #include <string>
 
-#include "tools/module/hal_input_stream.h"
-#include "tools/module/hal_output_stream.h"
+#include "tools/module/hal_stream.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
 #include "tools/terminal/progress.h"

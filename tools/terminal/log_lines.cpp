@@ -118,3 +118,8 @@ std::string to_text(const log_line& line) {
     }
     return text;
 }
+
+std::string module_reason(const log_lines& log) {
+    const std::vector<log_line> problems = log.problems();
+    return problems.empty() ? "" : ", " + problems.front().text;
+}

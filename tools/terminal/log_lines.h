@@ -51,3 +51,6 @@ class problems_until_device_closes {
 
 // "E audio_hal: text (3 times)"
 std::string to_text(const log_line& line);
+
+// ", <reason>" out of the first warning or error kept; empty without one.
+std::string module_reason(const log_lines& log);
