@@ -2,10 +2,7 @@
 // a player service decodes and plays.
 
 #include <chrono>
-#include <cinttypes>
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
 
 #include "host/program_error.h"
 #include "tools/commands/command.h"
@@ -17,8 +14,6 @@
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
 #include "tools/terminal/progress.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -183,11 +178,13 @@ class direct_stream_command : public command {
             report.failure = "the player service did not write '" + plan.sink.wav_path.string() +
                              "'; see its log with --service-log";
         }
-        print_summary(source, report, how_text);
-        print_destination(destination, plan.sink.wav_path);
-        print_frames(report, source.damaged_packets(), source.rate_hz());
-        std::printf("%-10s %.3f s\n", "took", took.count());
-        print_notes(report, problems);
+        summary rows = {{outcome(report), sound_text(source)},
+                        {"as", how_text},
+                        {"to", destination + plan.sink.size_text()}};
+        add_frames(rows, report, source.damaged_packets(), source.rate_hz());
+        rows.push_back(took_row(took.count()));
+        add_notes(rows, report, problems);
+        print(rows);
         if (!report.failure.empty()) {
             std::fflush(stdout);
             throw program_error(report.failure);
@@ -219,30 +216,19 @@ class direct_stream_command : public command {
         return result;
     }
 
-    void print_summary(const stream_source& source, const pump_report& report,
-                       const std::string& how_text) const {
-        const char* done = tunnel_ ? "tunnelled" : "passed";
-        const auto frames =
-            static_cast<uint64_t>(source.duration_s().value_or(0) * source.rate_hz());
-        std::printf(
-            "%-10s %s (%s; %" PRIu32 " Hz, %u channel%s, %s)\n",
-            report.interrupted       ? "interrupted"
-            : report.failure.empty() ? done
-                                     : "failed",
-            file_.c_str(), source.coding_name().c_str(), source.rate_hz(), source.channels(),
-            source.channels() == 1 ? "" : "s",
-            frames == 0 ? "of unknown length" : clock_text(frames, source.rate_hz()).c_str());
-        std::printf("%-10s %s\n", "as", how_text.c_str());
+    const char* outcome(const pump_report& report) const {
+        if (report.interrupted) {
+            return "interrupted";
+        }
+        return !report.failure.empty() ? "failed" : tunnel_ ? "tunnelled" : "passed";
     }
 
-    static void print_destination(const std::string& text, const fs::path& wav_path) {
-        std::error_code error;
-        const uintmax_t size_bytes = fs::file_size(wav_path, error);
-        std::printf("%-10s %s", "to", text.c_str());
-        if (!wav_path.empty() && !error) {
-            std::printf(", %" PRIuMAX " bytes", size_bytes);
-        }
-        std::printf("\n");
+    std::string sound_text(const stream_source& source) const {
+        const auto frames =
+            static_cast<uint64_t>(source.duration_s().value_or(0) * source.rate_hz());
+        return file_ + " (" + source.coding_name() + "; " +
+               rate_and_channels_text(source.rate_hz(), source.channels()) + ", " +
+               (frames == 0 ? "of unknown length" : clock_text(frames, source.rate_hz())) + ")";
     }
 
     const bool tunnel_;

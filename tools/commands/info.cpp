@@ -9,6 +9,7 @@
 #include "tools/module/hal_module.h"
 #include "tools/module/hal_stream.h"
 #include "tools/terminal/log_lines.h"
+#include "tools/terminal/number_text.h"
 
 namespace {
 
@@ -76,9 +77,7 @@ void print_descriptor(const hal_module& module) {
 }
 
 std::string float_text(float value) {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.3f", static_cast<double>(value));
-    return text;
+    return decimal_text(static_cast<double>(value), 3);
 }
 
 std::string bool_text(bool value) {

@@ -1,8 +1,6 @@
 // corvex-hal loop: plays and records at once and tells how long a sound takes around.
 
-#include <cinttypes>
 #include <cmath>
-#include <cstdio>
 
 #include "host/device_name.h"
 #include "host/program_error.h"
@@ -14,6 +12,8 @@
 #include "tools/pcm/round_trip.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
+#include "tools/terminal/number_text.h"
+#include "tools/terminal/summary.h"
 
 namespace {
 
@@ -79,16 +79,17 @@ class loop_command : public command {
                 "); join the output to the input by a cable or through the air, or use the two "
                 "ends of a loopback card, or one WAV file for both");
         }
-        std::printf("%-10s %s\n%-10s %s\n", "played to", sink.text.c_str(), "heard from",
-                    source.text.c_str());
-        std::printf("%-10s %" PRIu64 " frames, %.1f ms from write to read\n", "round trip",
-                    report.delay_frames, static_cast<double>(report.delay_frames) * 1000 / rate_hz);
-        std::printf("%-10s %.0f %%, peak %s\n", "match",
-                    std::floor(static_cast<double>(report.correlation) * 100),
-                    level_text(report.peak).c_str());
-        for (const log_line& line : log.problems()) {
-            std::printf("%-10s %s\n", "module log", to_text(line).c_str());
-        }
+        const double delay_ms = static_cast<double>(report.delay_frames) * 1000 / rate_hz;
+        const double match_percent = std::floor(static_cast<double>(report.correlation) * 100);
+        summary rows = {
+            {"played to", sink.text},
+            {"heard from", source.text},
+            count_row("round trip", report.delay_frames, "frames",
+                      ", " + decimal_text(delay_ms, 1) + " ms from write to read"),
+            {"match", decimal_text(match_percent, 0), "%", ", peak " + level_text(report.peak)},
+        };
+        add_module_log(rows, log.problems());
+        print(rows);
         return exit_success;
     }
 

@@ -1,10 +1,6 @@
 // corvex-hal play: one audio file through the primary output, as the audio server's mixer would.
 
 #include <chrono>
-#include <cinttypes>
-#include <cstdio>
-#include <filesystem>
-#include <system_error>
 
 #include "host/environment.h"
 #include "host/program_error.h"
@@ -15,8 +11,7 @@
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
 #include "tools/terminal/progress.h"
-
-namespace fs = std::filesystem;
+#include "tools/terminal/summary.h"
 
 namespace {
 
@@ -112,61 +107,46 @@ class play_command : public command {
         if (!report.failure.empty()) {
             throw program_error(report.failure);
         }
-        print_summary(file, sink, report, took.count());
+        summary rows = summarise(file, sink, report);
+        rows.push_back(took_row(took.count()));
         if (!report.interrupted && file_frames_read < file.frames()) {
-            std::printf("%-10s the file ends early: it holds %" PRIu64 " of %" PRIu64 " frames\n",
-                        "note", file_frames_read, file.frames());
+            add_note(rows, "the file ends early: it holds " + std::to_string(file_frames_read) +
+                               " of " + std::to_string(file.frames()) + " frames");
         }
-        print_notes(report, clipped_samples, log);
+        if (report.position_losses > 0) {
+            // The module knows no position while more is free than the buffer that it asked for.
+            add_note(rows, "the position was lost " + std::to_string(report.position_losses) +
+                               " times: the card may have run dry, or its buffer is larger than "
+                               "the module's");
+        }
+        if (clipped_samples > 0) {
+            add_note(rows, std::to_string(clipped_samples) +
+                               " samples were beyond full scale and clipped");
+        }
+        add_module_log(rows, log.problems());
+        print(rows);
         return report.interrupted ? exit_interrupted : exit_success;
     }
 
   private:
-    void print_summary(const audio_file& file, const sink_device& sink,
-                       const playback_report& report, double took_s) const {
-        std::printf("%-10s %s (%s; %" PRIu32 " Hz, %u channel%s, %s)\n",
-                    report.interrupted ? "interrupted" : "played", file.path().c_str(),
-                    file.format_name().c_str(), file.rate_hz(), file.channels(),
-                    file.channels() == 1 ? "" : "s",
-                    clock_text(file.frames(), file.rate_hz()).c_str());
+    summary summarise(const audio_file& file, const sink_device& sink,
+                      const playback_report& report) const {
+        summary rows = {{report.interrupted ? "interrupted" : "played",
+                         file.path() + " (" + file.format_name() + "; " +
+                             rate_and_channels_text(file.rate_hz(), file.channels()) + ", " +
+                             clock_text(file.frames(), file.rate_hz()) + ")"}};
         if (file.rate_hz() != stream_rate_hz_ || file.layout() != customary_layout(channels_)) {
-            std::printf("%-10s to %" PRIu32 " Hz, %u channel%s\n", "converted", stream_rate_hz_,
-                        channels_, channels_ == 1 ? "" : "s");
+            rows.push_back(
+                {"converted", "to " + rate_and_channels_text(stream_rate_hz_, channels_)});
         }
-        std::printf("%-10s %s", "to", sink.text.c_str());
-        std::error_code error;
-        const uintmax_t size_bytes = fs::file_size(sink.wav_path, error);
-        if (sink.is_wav_file() && !error) {
-            std::printf(", %" PRIuMAX " bytes", size_bytes);
-        }
-        std::printf("\n%-10s %" PRIu64 " frames (%s) in %" PRIu64 " writes of %zu bytes\n",
-                    "written", report.frames_written,
-                    clock_text(report.frames_written, stream_rate_hz_).c_str(), report.writes,
-                    report.write_bytes);
-        if (report.presented_frames) {
-            std::printf("%-10s %" PRIu64 " frames\n", "presented", *report.presented_frames);
-        } else {
-            std::printf("%-10s unknown: the stream gives no position\n", "presented");
-        }
-        std::printf("%-10s %.3f s\n", "took", took_s);
-    }
-
-    static void print_notes(const playback_report& report, uint64_t clipped_samples,
-                            const log_lines& log) {
-        if (report.position_losses > 0) {
-            // The module knows no position while more is free than the buffer that it asked for.
-            std::printf(
-                "%-10s the position was lost %u times: the card may have run dry, or its "
-                "buffer is larger than the module's\n",
-                "note", report.position_losses);
-        }
-        if (clipped_samples > 0) {
-            std::printf("%-10s %" PRIu64 " samples were beyond full scale and clipped\n", "note",
-                        clipped_samples);
-        }
-        for (const log_line& line : log.problems()) {
-            std::printf("%-10s %s\n", "module log", to_text(line).c_str());
-        }
+        rows.push_back({"to", sink.text + sink.size_text()});
+        rows.push_back(frames_row("written", report.frames_written, stream_rate_hz_,
+                                  " in " + std::to_string(report.writes) + " writes of " +
+                                      std::to_string(report.write_bytes) + " bytes"));
+        rows.push_back(report.presented_frames
+                           ? count_row("presented", *report.presented_frames, "frames")
+                           : summary_row{"presented", "unknown: the stream gives no position"});
+        return rows;
     }
 
     std::string file_;

@@ -1,9 +1,7 @@
 // corvex-hal record: the primary input into a WAV file, as the audio server's recorder would.
 
 #include <chrono>
-#include <cinttypes>
 #include <cmath>
-#include <cstdio>
 #include <stdlib.h>
 
 #include "host/environment.h"
@@ -15,6 +13,7 @@
 #include "tools/pcm/recording.h"
 #include "tools/terminal/interrupt.h"
 #include "tools/terminal/log_lines.h"
+#include "tools/terminal/summary.h"
 
 namespace {
 
@@ -85,10 +84,10 @@ class record_command : public command {
         if (!report.failure.empty()) {
             throw program_error(report.failure);
         }
-        print_summary(source, report, took.count());
-        for (const log_line& line : log.problems()) {
-            std::printf("%-10s %s\n", "module log", to_text(line).c_str());
-        }
+        summary rows = summarise(source, report);
+        rows.push_back(took_row(took.count()));
+        add_module_log(rows, log.problems());
+        print(rows);
         return report.interrupted && seconds_ ? exit_interrupted : exit_success;
     }
 
@@ -100,19 +99,17 @@ class record_command : public command {
         return static_cast<uint64_t>(std::llround(*seconds_ * rate_hz_));
     }
 
-    void print_summary(const chosen_device& source, const recording_report& report,
-                       double took_s) const {
-        std::printf("%-10s %s (WAV, 16 bit; %" PRIu32 " Hz, %u channel%s)\n",
-                    report.interrupted && seconds_ ? "interrupted" : "recorded", file_.c_str(),
-                    rate_hz_, channels_, channels_ == 1 ? "" : "s");
-        std::printf("%-10s %s\n", "from", source.text.c_str());
-        std::printf("%-10s %" PRIu64 " frames (%s) in %" PRIu64 " reads of %zu bytes\n", "read",
-                    report.frames, clock_text(report.frames, rate_hz_).c_str(), report.reads,
-                    report.read_bytes);
-        std::printf("%-10s %s\n", "peak", level_text(report.peak).c_str());
-        std::printf("%-10s %" PRIu64 " frames, as far as the module counts them\n", "lost",
-                    report.frames_lost);
-        std::printf("%-10s %.3f s\n", "took", took_s);
+    summary summarise(const chosen_device& source, const recording_report& report) const {
+        return {
+            {report.interrupted && seconds_ ? "interrupted" : "recorded",
+             file_ + " (WAV, 16 bit; " + rate_and_channels_text(rate_hz_, channels_) + ")"},
+            {"from", source.text},
+            frames_row("read", report.frames, rate_hz_,
+                       " in " + std::to_string(report.reads) + " reads of " +
+                           std::to_string(report.read_bytes) + " bytes"),
+            {"peak", level_text(report.peak)},
+            count_row("lost", report.frames_lost, "frames", ", as far as the module counts them"),
+        };
     }
 
     std::string file_;

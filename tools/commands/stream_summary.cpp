@@ -1,21 +1,12 @@
 #include "tools/commands/stream_summary.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
+#include <iterator>
 
 namespace {
 
 // The most that one packet of AC-3 or E-AC-3 decodes to.
 constexpr uint64_t max_packet_frames = 1536;
-
-void print_row(const char* name, const std::string& text) {
-    std::printf("%-10s %s\n", name, text.c_str());
-}
-
-std::string frames_text(uint64_t frames, uint32_t rate_hz) {
-    return std::to_string(frames) + " frames (" + clock_text(frames, rate_hz) + ")";
-}
 
 }  // namespace
 
@@ -45,41 +36,43 @@ std::string compare_frames(const pump_report& report, uint64_t damaged_packets) 
     return {};
 }
 
-void print_frames(const pump_report& report, uint64_t damaged_packets, uint32_t rate_hz) {
-    print_row("sent", std::to_string(report.source_frames) + " packets, " +
-                          frames_text(report.ledger.sent(), rate_hz) + ", in " +
-                          std::to_string(report.writes) + " writes of " +
-                          std::to_string(report.bytes) + " bytes in all");
-    if (report.ledger.flushed() > 0) {
-        print_row("flushed", frames_text(report.ledger.flushed(), rate_hz));
+void add_frames(summary& rows, const pump_report& report, uint64_t damaged_packets,
+                uint32_t rate_hz) {
+    const frame_ledger& ledger = report.ledger;
+    const std::string sent =
+        std::to_string(ledger.sent()) + " frames (" + clock_text(ledger.sent(), rate_hz) + "), in ";
+    rows.push_back(count_row("sent", report.source_frames, "packets",
+                             ", " + sent + std::to_string(report.writes) + " writes of " +
+                                 std::to_string(report.bytes) + " bytes in all"));
+    if (ledger.flushed() > 0) {
+        rows.push_back(frames_row("flushed", ledger.flushed(), rate_hz));
     }
     if (damaged_packets > 0) {
-        print_row("damaged", std::to_string(damaged_packets) + " packets of the file");
+        rows.push_back(count_row("damaged", damaged_packets, "packets", " of the file"));
     }
     if (!report.presented_frames) {
-        print_row("decoded", "unknown: the stream gives no position");
+        rows.push_back({"decoded", "unknown: the stream gives no position"});
         return;
     }
-    print_row("decoded", frames_text(report.ledger.decoded(*report.presented_frames), rate_hz));
-    print_row("reported", "presentation position " + std::to_string(*report.presented_frames) +
-                              ", render position " +
-                              (report.rendered_frames ? std::to_string(*report.rendered_frames)
-                                                      : std::string("unknown")));
+    const uint64_t presented = *report.presented_frames;
+    rows.push_back(frames_row("decoded", ledger.decoded(presented), rate_hz));
+    const std::string rendered =
+        report.rendered_frames ? std::to_string(*report.rendered_frames) : "unknown";
+    rows.push_back({"reported", "presentation position " + std::to_string(presented) +
+                                    ", render position " + rendered});
 }
 
-void print_notes(const pump_report& report, const std::vector<log_line>& problems) {
+void add_notes(summary& rows, const pump_report& report, const std::vector<log_line>& problems) {
     for (const std::string& note : report.notes) {
-        print_row("note", note);
+        add_note(rows, note);
     }
     if (report.presented_frames && report.uncounted_frames > 0 &&
         report.ledger.missing(*report.presented_frames) > 0) {
-        print_row("note",
-                  "the decoder held the last packet until the stream closed, which ends "
-                  "the count");
+        add_note(rows,
+                 "the decoder held the last packet until the stream closed, which ends the count");
     }
-    for (const log_line& line : problems) {
-        if (!is_set_up_line(line)) {
-            print_row("module log", to_text(line));
-        }
-    }
+    std::vector<log_line> telling;
+    std::remove_copy_if(problems.begin(), problems.end(), std::back_inserter(telling),
+                        is_set_up_line);
+    add_module_log(rows, telling);
 }

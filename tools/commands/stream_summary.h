@@ -1,4 +1,4 @@
-// Whether a direct stream's sound got through, and the lines that say how.
+// Whether a direct stream's sound got through, and the rows that say how.
 #pragma once
 
 #include <string>
@@ -6,12 +6,14 @@
 
 #include "tools/direct/stream_pump.h"
 #include "tools/terminal/log_lines.h"
+#include "tools/terminal/summary.h"
 
 // Compares what was sent with what the player decoded and the stream reported. Empty when they
 // agree, else what does not. `damaged_packets` of the source explain frames that are missing.
 std::string compare_frames(const pump_report& report, uint64_t damaged_packets);
 
-// The lines from "sent" on.
-void print_frames(const pump_report& report, uint64_t damaged_packets, uint32_t rate_hz);
+// The rows from "sent" on, up to "reported".
+void add_frames(summary& rows, const pump_report& report, uint64_t damaged_packets,
+                uint32_t rate_hz);
 // `problems` are what the module has logged.
-void print_notes(const pump_report& report, const std::vector<log_line>& problems);
+void add_notes(summary& rows, const pump_report& report, const std::vector<log_line>& problems);

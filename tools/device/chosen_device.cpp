@@ -49,6 +49,12 @@ std::optional<fs::file_time_type> chosen_device::time_written() const {
     return error ? std::nullopt : std::optional(time);
 }
 
+std::string chosen_device::size_text() const {
+    std::error_code error;
+    const uintmax_t size_bytes = fs::file_size(wav_path, error);
+    return error ? "" : ", " + std::to_string(size_bytes) + " bytes";
+}
+
 bool card_has(const fs::path& proc_asound, const char* pcm) {
     std::error_code ignored;
     return fs::exists(proc_asound / "card0" / pcm, ignored);

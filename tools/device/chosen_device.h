@@ -21,6 +21,9 @@ struct chosen_device {
     // When the WAV file was last written; empty when it is not there. Tells, asked before and
     // after, whether playing really wrote it.
     std::optional<std::filesystem::file_time_type> time_written() const;
+
+    // ", 1234 bytes" of a WAV file that is there; else empty.
+    std::string size_text() const;
 };
 
 // Whether card 0 has the PCM, "pcm0p" or "pcm0c".

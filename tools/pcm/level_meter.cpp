@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
+
+#include "tools/terminal/number_text.h"
 
 namespace {
 
@@ -18,12 +19,7 @@ double to_db(unsigned peak) {
 }  // namespace
 
 std::string level_text(unsigned peak) {
-    if (peak == 0) {
-        return "silence";
-    }
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.1f dB", to_db(peak));
-    return text;
+    return peak == 0 ? "silence" : decimal_text(to_db(peak), 1) + " dB";
 }
 
 std::string level_bar(unsigned peak) {
