@@ -19,22 +19,9 @@ using std::chrono::steady_clock;
 
 constexpr uint32_t card_rate_hz = 48000;
 
-audio_channel_mask_t mask_for(unsigned channels) {
-    switch (channels) {
-        case 1:
-            return AUDIO_CHANNEL_OUT_MONO;
-        case 6:
-            return AUDIO_CHANNEL_OUT_5POINT1;
-        case 8:
-            return AUDIO_CHANNEL_OUT_7POINT1;
-        default:
-            return AUDIO_CHANNEL_OUT_STEREO;
-    }
-}
-
 std::unique_ptr<hal_output_stream> open_stream(const hal_device& device, unsigned channels,
                                                const log_lines& log) {
-    stream_kind kind{card_rate_hz, mask_for(channels)};
+    stream_kind kind{card_rate_hz, audio_channel_out_mask_from_count(channels)};
     int status = 0;
     auto stream = hal_output_stream::open(device, kind, AUDIO_OUTPUT_FLAG_PRIMARY, status);
     if (stream == nullptr) {

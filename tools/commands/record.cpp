@@ -23,8 +23,7 @@ constexpr double max_seconds = 24 * 3600;
 
 std::unique_ptr<hal_input_stream> open_stream(const hal_device& device, uint32_t rate_hz,
                                               unsigned channels, const log_lines& log) {
-    const stream_kind kind{rate_hz,
-                           channels == 1 ? AUDIO_CHANNEL_IN_MONO : AUDIO_CHANNEL_IN_STEREO};
+    const stream_kind kind{rate_hz, audio_channel_in_mask_from_count(channels)};
     int status = 0;
     auto stream = hal_input_stream::open(device, kind, status);
     if (stream == nullptr) {

@@ -39,17 +39,8 @@ stream_source::stream_source(const std::string& path, bool decode)
                                                          : sound_decoder::output::frame_count) {}
 
 audio_channel_mask_t stream_source::channel_mask() const {
-    switch (channels()) {
-        case 1:
-            return AUDIO_CHANNEL_OUT_MONO;
-        case 2:
-            return AUDIO_CHANNEL_OUT_STEREO;
-        case 6:
-            return AUDIO_CHANNEL_OUT_5POINT1;
-        case 8:
-            return AUDIO_CHANNEL_OUT_7POINT1;
-        default:
-            break;
+    if (const unsigned count = channels(); count <= 2 || count == 6 || count == 8) {
+        return audio_channel_out_mask_from_count(count);
     }
     // Up to the top speakers, FFmpeg's positions are the platform's. What has none counts at least.
     const AVChannelLayout& layout = file_.stream().codecpar->ch_layout;
