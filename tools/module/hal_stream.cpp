@@ -1,17 +1,10 @@
 #include "tools/module/hal_stream.h"
 
-#include <cerrno>
 #include <cstdlib>
 
 namespace {
 
 constexpr size_t max_buffer_bytes = 16U << 20;
-
-// An operation's answer, or `otherwise` where the module leaves it null.
-template <typename Answer, typename... Parameters, typename... Arguments>
-Answer call(Answer otherwise, Answer (*operation)(Parameters...), Arguments... arguments) {
-    return operation != nullptr ? operation(arguments...) : otherwise;
-}
 
 audio_config config_of(const stream_kind& kind) {
     audio_config config{};
@@ -22,22 +15,6 @@ audio_config config_of(const stream_kind& kind) {
 }
 
 }  // namespace
-
-uint32_t hal_stream::sample_rate_hz() const {
-    return call(uint32_t{0}, common_.get_sample_rate, &common_);
-}
-
-size_t hal_stream::buffer_bytes() const {
-    return call(size_t{0}, common_.get_buffer_size, &common_);
-}
-
-audio_channel_mask_t hal_stream::channel_mask() const {
-    return call(audio_channel_mask_t{AUDIO_CHANNEL_NONE}, common_.get_channels, &common_);
-}
-
-audio_format_t hal_stream::format() const {
-    return call(AUDIO_FORMAT_DEFAULT, common_.get_format, &common_);
-}
 
 std::string hal_stream::parameters(const char* keys) const {
     char* const nothing = nullptr;
@@ -91,30 +68,6 @@ hal_output_stream::~hal_output_stream() {
     }
 }
 
-uint32_t hal_output_stream::latency_ms() const {
-    return call(uint32_t{0}, stream_->get_latency, stream_);
-}
-
-ssize_t hal_output_stream::write(const void* data, size_t bytes) {
-    return call(ssize_t{-ENOSYS}, stream_->write, stream_, data, bytes);
-}
-
-int hal_output_stream::standby() {
-    return call(-ENOSYS, common_.standby, &common_);
-}
-
-int hal_output_stream::pause() {
-    return call(-ENOSYS, stream_->pause, stream_);
-}
-
-int hal_output_stream::resume() {
-    return call(-ENOSYS, stream_->resume, stream_);
-}
-
-int hal_output_stream::flush() {
-    return call(-ENOSYS, stream_->flush, stream_);
-}
-
 std::optional<uint64_t> hal_output_stream::presented_frames() const {
     uint64_t frames = 0;
     timespec when{};
@@ -151,14 +104,6 @@ hal_input_stream::~hal_input_stream() {
     if (table.close_input_stream != nullptr) {
         table.close_input_stream(&table, stream_);
     }
-}
-
-ssize_t hal_input_stream::read(void* data, size_t bytes) {
-    return call(ssize_t{-ENOSYS}, stream_->read, stream_, data, bytes);
-}
-
-uint32_t hal_input_stream::frames_lost() {
-    return call(uint32_t{0}, stream_->get_input_frames_lost, stream_);
 }
 
 program_error refused_stream(const std::string& what, int status, const log_lines& log,

@@ -4,6 +4,7 @@
 // One thread. The device outlives the stream.
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -26,11 +27,13 @@ class hal_stream {
     hal_stream(const hal_stream&) = delete;
     hal_stream& operator=(const hal_stream&) = delete;
 
-    uint32_t sample_rate_hz() const;
-    size_t buffer_bytes() const;
-    audio_channel_mask_t channel_mask() const;
+    uint32_t sample_rate_hz() const { return call(0U, common_.get_sample_rate, &common_); }
+    size_t buffer_bytes() const { return call(size_t{0}, common_.get_buffer_size, &common_); }
+    audio_channel_mask_t channel_mask() const { return call(0U, common_.get_channels, &common_); }
     unsigned channels() const { return count_channels_(channel_mask()); }
-    audio_format_t format() const;
+    audio_format_t format() const {
+        return call(AUDIO_FORMAT_DEFAULT, common_.get_format, &common_);
+    }
 
     // The reply text, or empty when there is none.
     std::string parameters(const char* keys) const;
@@ -49,6 +52,13 @@ class hal_stream {
         : device_(device), common_(common), count_channels_(count) {}
     ~hal_stream() = default;
 
+    // An operation's answer, or `otherwise` where the module leaves it null.
+    template <typename Answer, typename... Parameters, typename... Arguments>
+    static Answer call(Answer otherwise, Answer (*operation)(Parameters...),
+                       Arguments... arguments) {
+        return operation != nullptr ? operation(arguments...) : otherwise;
+    }
+
     const hal_device& device_;
     audio_stream& common_;
 
@@ -64,16 +74,18 @@ class hal_output_stream : public hal_stream {
                                                    audio_output_flags_t flags, int& status);
     ~hal_output_stream();  // standby, then close
 
-    uint32_t latency_ms() const;
+    uint32_t latency_ms() const { return call(0U, stream_->get_latency, stream_); }
 
     // Bytes taken, or a negative errno.
-    ssize_t write(const void* data, size_t bytes);
-    int standby();
+    ssize_t write(const void* data, size_t bytes) {
+        return call(ssize_t{-ENOSYS}, stream_->write, stream_, data, bytes);
+    }
+    int standby() { return call(-ENOSYS, common_.standby, &common_); }
 
     // 0 or a status. Absent on streams that are not direct: -ENOSYS.
-    int pause();
-    int resume();
-    int flush();
+    int pause() { return call(-ENOSYS, stream_->pause, stream_); }
+    int resume() { return call(-ENOSYS, stream_->resume, stream_); }
+    int flush() { return call(-ENOSYS, stream_->flush, stream_); }
 
     // Frames the listener has heard; empty when the stream cannot say.
     std::optional<uint64_t> presented_frames() const;
@@ -98,10 +110,12 @@ class hal_input_stream : public hal_stream {
     ~hal_input_stream();  // close, of which standby is a part
 
     // Bytes given, or a negative errno.
-    ssize_t read(void* data, size_t bytes);
+    ssize_t read(void* data, size_t bytes) {
+        return call(ssize_t{-ENOSYS}, stream_->read, stream_, data, bytes);
+    }
 
     // Since the last question, as far as the module counts them.
-    uint32_t frames_lost();
+    uint32_t frames_lost() { return call(0U, stream_->get_input_frames_lost, stream_); }
 
   private:
     hal_input_stream(const hal_device& device, audio_stream_in* stream)

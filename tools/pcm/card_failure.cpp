@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "tools/module/hal_module.h"
 #include "tools/terminal/log_lines.h"
 
 namespace {
@@ -35,6 +36,23 @@ std::string card_failure(const log_lines& log) {
                                          : " " + line.text);
             }
         }
+    }
+    return "";
+}
+
+std::string move_all(size_t bytes, const char* operation, const char* other, const log_lines& log,
+                     const std::function<ssize_t(size_t done)>& move) {
+    for (size_t done = 0; done < bytes;) {
+        const ssize_t result = move(done);
+        if (const std::string reason = card_failure(log); !reason.empty()) {
+            return reason + "; choose another " + other + " with --device";
+        }
+        if (result <= 0 || static_cast<size_t>(result) > bytes - done) {
+            return std::string("the module's ") + operation + " answered " +
+                   status_text(static_cast<int>(result)) + " for " + std::to_string(bytes - done) +
+                   " bytes; see its log with -v";
+        }
+        done += static_cast<size_t>(result);
     }
     return "";
 }

@@ -74,30 +74,10 @@ playback_report playback::run() {
 }
 
 bool playback::write_all(const char* data, size_t bytes) {
-    size_t written = 0;
-    while (written < bytes) {
-        const ssize_t result = stream_.write(data + written, bytes - written);
-        if (card_failed()) {
-            return false;
-        }
-        if (result <= 0 || static_cast<size_t>(result) > bytes - written) {
-            report_.failure = "the module's write answered " +
-                              status_text(static_cast<int>(result)) + " for " +
-                              std::to_string(bytes - written) + " bytes; see its log with -v";
-            return false;
-        }
-        written += static_cast<size_t>(result);
-    }
-    return true;
-}
-
-bool playback::card_failed() {
-    const std::string reason = card_failure(log_);
-    if (reason.empty()) {
-        return false;
-    }
-    report_.failure = reason + "; choose another sink with --device";
-    return true;
+    report_.failure = move_all(bytes, "write", "sink", log_, [&](size_t done) {
+        return stream_.write(data + done, bytes - done);
+    });
+    return report_.failure.empty();
 }
 
 // What the stream answers, which the report follows.

@@ -41,7 +41,6 @@ class playback {
   private:
     bool write_all(const char* data, size_t bytes);
     std::optional<uint64_t> take_position();
-    bool card_failed();
     bool presents_nothing() const;
     void play_out();
     void wait_for_end();

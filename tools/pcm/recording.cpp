@@ -46,22 +46,10 @@ recording_report recording::run() {
 }
 
 bool recording::read_all(char* data, size_t bytes) {
-    size_t done = 0;
-    while (done < bytes) {
-        const ssize_t result = stream_.read(data + done, bytes - done);
-        if (const std::string reason = card_failure(log_); !reason.empty()) {
-            report_.failure = reason + "; choose another source with --device";
-            return false;
-        }
-        if (result <= 0 || static_cast<size_t>(result) > bytes - done) {
-            report_.failure = "the module's read answered " +
-                              status_text(static_cast<int>(result)) + " for " +
-                              std::to_string(bytes - done) + " bytes; see its log with -v";
-            return false;
-        }
-        done += static_cast<size_t>(result);
-    }
-    return true;
+    report_.failure = move_all(bytes, "read", "source", log_, [&](size_t done) {
+        return stream_.read(data + done, bytes - done);
+    });
+    return report_.failure.empty();
 }
 
 void recording::store(const int16_t* samples, size_t frames) {
