@@ -15,9 +15,10 @@
 #include <utils/String16.h>
 #include <zuavplayer/player_types.h>
 
+#include "host/environment.h"
+#include "host/program_error.h"
 #include "player_service/log.h"
 #include "player_service/service.h"
-#include "player_service/service_error.h"
 
 namespace player_service {
 
@@ -46,7 +47,7 @@ void block_signals() {
 void follow_parent(pid_t parent) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     if (getppid() != parent) {
-        throw service_error("the process that started it has ended already; start it again");
+        throw program_error("the process that started it has ended already; start it again");
     }
 }
 
@@ -55,9 +56,8 @@ std::string set_folder(const std::string& socket_dir) {
     if (!socket_dir.empty()) {
         setenv(kFolderVariable, std::filesystem::absolute(socket_dir).c_str(), 1);
     }
-    const char* folder = std::getenv(kFolderVariable);
-    return folder != nullptr && *folder != '\0' ? "'" + std::string(folder) + "'"
-                                                : "the user's default folder";
+    const std::string folder = environment_value(kFolderVariable);
+    return folder.empty() ? "the user's default folder" : "'" + folder + "'";
 }
 
 std::unique_ptr<timeline_file> open_timeline(const std::string& path) {
@@ -67,7 +67,7 @@ std::unique_ptr<timeline_file> open_timeline(const std::string& path) {
     std::string reason;
     std::unique_ptr<timeline_file> file = timeline_file::create(path, reason);
     if (file == nullptr) {
-        throw service_error("the timeline '" + path + "' cannot be written: " + reason +
+        throw program_error("the timeline '" + path + "' cannot be written: " + reason +
                             "; name a file in another folder");
     }
     return file;
@@ -78,13 +78,13 @@ void offer(const sp<service>& offered, const std::string& folder) {
     const String16 name(kZuAvPlayerServiceName);
     if (const sp<IBinder> other = manager->checkService(name);
         other != nullptr && other->pingBinder() == NO_ERROR) {
-        throw service_error("another service answers in " + folder +
+        throw program_error("another service answers in " + folder +
                             "; stop it, or give this one a folder of its own with --socket-dir");
     }
     ProcessState::self()->startThreadPool();
     const status_t status = manager->addService(name, offered);
     if (status != NO_ERROR) {
-        throw service_error("clients could not find it in " + folder + ": " +
+        throw program_error("clients could not find it in " + folder + ": " +
                             std::strerror(-status) +
                             "; give it a folder that is yours alone with --socket-dir");
     }
@@ -96,7 +96,7 @@ void tell_ready(const daemon_options& options, const std::string& folder) {
                 : options.real_pace                              ? " in real time"
                                                                  : " as fast as it can");
     if (std::fflush(stdout) != 0) {
-        throw service_error(std::string("standard output takes no line: ") + std::strerror(errno) +
+        throw program_error(std::string("standard output takes no line: ") + std::strerror(errno) +
                             "; check where it goes");
     }
 }
@@ -126,7 +126,7 @@ void run_daemon(const daemon_options& options) {
     pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
     offered->retire();
     if (context->output.has_lost_sound()) {
-        throw service_error(
+        throw program_error(
             "the output did not take all of the sound; see the lines above, and give it room or "
             "choose another --device");
     }

@@ -6,7 +6,7 @@
 namespace player_service {
 
 // Returns after SIGTERM, SIGINT or SIGHUP, when all sound and files are complete. Throws
-// service_error where it cannot start. Changes the process's environment and signal mask, so once a
+// program_error where it cannot start. Changes the process's environment and signal mask, so once a
 // process, before other threads.
 void run_daemon(const daemon_options& options);
 

@@ -1,18 +1,13 @@
 #include "player_service/options.h"
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-#include <algorithm>
-#include <cctype>
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
-#include <unistd.h>
 
+#include "host/device_name.h"
+#include "host/program.h"
+#include "host/program_error.h"
+#include "host/writable_file.h"
 #include "player_service/playback/alsa_sink.h"
-#include "player_service/service_error.h"
 
 namespace fs = std::filesystem;
 
@@ -29,15 +24,7 @@ constexpr char kFooter[] =
     "  zuavplayerd --device out.wav --pace free     decodes to a file as fast as it can\n"
     "  zuavplayerd --timeline sync.csv              tells timestamps against sound";
 
-constexpr char kWavPrefix[] = "wav:";
 constexpr char kDefaultPcm[] = "default";
-
-bool is_wav(const std::string& device) {
-    std::string extension = fs::path(device).extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return device.rfind(kWavPrefix, 0) == 0 || extension == ".wav";
-}
 
 bool is_card_here(const std::string& proc_asound) {
     std::error_code ignored;
@@ -48,20 +35,6 @@ bool is_card_here(const std::string& proc_asound) {
         }
     }
     return false;
-}
-
-// Tries it: access() promises root files even where none can be made.
-void require_writable(const std::string& path) {
-    const bool was_there = access(path.c_str(), F_OK) == 0;
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
-    if (fd < 0) {
-        throw service_error("'" + path + "' cannot be written: " + std::strerror(errno) +
-                            "; name a file in another folder");
-    }
-    close(fd);
-    if (!was_there) {
-        unlink(path.c_str());
-    }
 }
 
 }  // namespace
@@ -75,21 +48,22 @@ void choose_output(const std::string& device, daemon_options& options,
             device == "none" ? "nowhere" : "nowhere (there is no sound card; see --device)";
         return;
     }
-    if (is_wav(device)) {
-        const bool prefixed = device.rfind(kWavPrefix, 0) == 0;
-        const std::string name = prefixed ? device.substr(sizeof kWavPrefix - 1) : device;
-        if (name.empty()) {
-            throw service_error("--device wav: names no file; give wav:FILE", exit_usage);
+    if (const auto wav = wav_path_in(device, true)) {
+        if (wav->empty()) {
+            throw program_error("--device wav: names no file; give wav:FILE", exit_usage);
         }
-        const std::string path = fs::absolute(name).string();
-        require_writable(path);
+        const std::string path = fs::absolute(*wav).string();
+        if (const int error = writing_error(path); error != 0) {
+            throw program_error("'" + path + "' cannot be written: " + std::strerror(error) +
+                                "; name a file in another folder");
+        }
         options.target = {kind::wav, path};
         options.target_text = "'" + path + "'";
         return;
     }
     const std::string name = device == "auto" || device == "card" ? kDefaultPcm : device;
     if (const std::string reason = alsa_sink::check(name); !reason.empty()) {
-        throw service_error("ALSA PCM '" + name + "' does not open: " + reason +
+        throw program_error("ALSA PCM '" + name + "' does not open: " + reason +
                             "; aplay -L lists the names there are, and --device none plays "
                             "nowhere");
     }
@@ -106,9 +80,7 @@ std::optional<daemon_options> parse_options(int argc, char** argv) {
     std::string pace = "real";
     CLI::App app("The reference media player service: decodes what clients send and plays it.",
                  "zuavplayerd");
-    app.set_version_flag("--version", "zuavplayerd " CORVEX_VERSION);
-    app.set_help_flag("-h,--help", "Print this help and exit");
-    app.footer(kFooter);
+    declare_program(app, kFooter);
     app.add_option("--socket-dir", options.socket_dir,
                    "Folder in which clients find it, private to its user; made if it is not "
                    "there. For clients: CORVEX_BINDER_DIR")
@@ -136,13 +108,8 @@ std::optional<daemon_options> parse_options(int argc, char** argv) {
     app.add_flag("--exit-with-parent", options.exit_with_parent,
                  "Stop when the process that started it ends");
     app.add_flag("-v,--verbose", options.verbose, "Log more, to standard error");
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& asked) {
-        app.exit(asked);
+    if (!parse_command_line(app, argc, argv)) {
         return std::nullopt;
-    } catch (const CLI::ParseError& error) {
-        throw service_error(std::string(error.what()) + "; see 'zuavplayerd --help'", exit_usage);
     }
     options.real_pace = pace == "real";
     choose_output(device, options);

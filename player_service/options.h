@@ -18,7 +18,7 @@ struct daemon_options {
     bool verbose = false;
 };
 
-// Empty when help or the version was asked for and has been printed. Throws service_error.
+// Empty when help or the version was asked for and has been printed. Throws program_error.
 std::optional<daemon_options> parse_options(int argc, char** argv);
 
 // The rule of --device:
@@ -27,7 +27,7 @@ std::optional<daemon_options> parse_options(int argc, char** argv);
 //   none    the sound is dropped
 //   X.wav   that file (also written wav:X)
 //   other   an ALSA PCM of that name
-// Throws service_error for an output that cannot work. `proc_asound` is where cards are listed.
+// Throws program_error for an output that cannot work. `proc_asound` is where cards are listed.
 void choose_output(const std::string& device, daemon_options& options,
                    const std::string& proc_asound = "/proc/asound");
 

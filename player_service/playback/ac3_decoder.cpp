@@ -6,10 +6,10 @@ extern "C" {
 }
 
 #include <algorithm>
-#include <cmath>
 
 #include <zuavplayer/player_types.h>
 
+#include "host/sample.h"
 #include "player_service/playback/ffmpeg_log.h"
 
 namespace player_service {
@@ -46,24 +46,7 @@ size_t count_frames(const uint8_t* bytes, size_t size) {
     return count;
 }
 
-int16_t to_int16(float sample) {
-    return static_cast<int16_t>(std::lrintf(std::clamp(sample * 32768.0F, -32768.0F, 32767.0F)));
-}
-
 }  // namespace
-
-void ffmpeg_deleter::operator()(AVCodecContext* context) const {
-    avcodec_free_context(&context);
-}
-void ffmpeg_deleter::operator()(AVCodecParserContext* parser) const {
-    av_parser_close(parser);
-}
-void ffmpeg_deleter::operator()(AVFrame* frame) const {
-    av_frame_free(&frame);
-}
-void ffmpeg_deleter::operator()(AVPacket* packet) const {
-    av_packet_free(&packet);
-}
 
 std::unique_ptr<ac3_decoder> ac3_decoder::create() {
     route_ffmpeg_log();
@@ -86,7 +69,7 @@ bool ac3_decoder::open_decoder(int codec_id) {
     if (codec == nullptr) {
         return false;
     }
-    ffmpeg_ptr<AVCodecContext> opened(avcodec_alloc_context3(codec));
+    codec_handle<AVCodecContext> opened(avcodec_alloc_context3(codec));
     if (opened == nullptr) {
         return false;
     }

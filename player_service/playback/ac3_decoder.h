@@ -11,23 +11,10 @@
 #include <memory>
 #include <vector>
 
+#include "host/codec_handles.h"
 #include "player_service/playback/sound_decoder.h"
 
-struct AVCodecContext;
-struct AVCodecParserContext;
-struct AVFrame;
-struct AVPacket;
-
 namespace player_service {
-
-struct ffmpeg_deleter {
-    void operator()(AVCodecContext* context) const;
-    void operator()(AVCodecParserContext* parser) const;
-    void operator()(AVFrame* frame) const;
-    void operator()(AVPacket* packet) const;
-};
-template <typename T>
-using ffmpeg_ptr = std::unique_ptr<T, ffmpeg_deleter>;
 
 class ac3_decoder : public sound_decoder {
   public:
@@ -56,11 +43,11 @@ class ac3_decoder : public sound_decoder {
         uint32_t pts_ms;
     };
 
-    ffmpeg_ptr<AVCodecParserContext> parser_;
-    ffmpeg_ptr<AVCodecContext> parsed_;   // the parser's own
-    ffmpeg_ptr<AVCodecContext> decoder_;  // of the codec that the stream has now
-    ffmpeg_ptr<AVPacket> packet_;
-    ffmpeg_ptr<AVFrame> frame_;
+    codec_handle<AVCodecParserContext> parser_;
+    codec_handle<AVCodecContext> parsed_;   // the parser's own
+    codec_handle<AVCodecContext> decoder_;  // of the codec that the stream has now
+    codec_handle<AVPacket> packet_;
+    codec_handle<AVFrame> frame_;
     std::vector<uint8_t> padded_;
     std::vector<uint8_t> held_;    // what the parser has not given back yet
     size_t frames_of_packet_ = 1;  // of the last one: an E-AC-3 unit may have several

@@ -10,8 +10,6 @@ namespace player_service {
 namespace {
 
 constexpr size_t kMaxFiles = 100;
-// Sizes in the header have 32 bits.
-constexpr uint64_t kMaxBytes = 0xFFFFFFFFU - 4096;
 
 }  // namespace
 
@@ -29,7 +27,8 @@ std::unique_ptr<wav_lease> wav_files::lease(const audio_format& format, std::str
     const std::lock_guard<std::mutex> guard(mutex_);
     for (size_t index = 0; index < entries_.size(); ++index) {
         entry& known = *entries_[index];
-        if (!known.in_use && known.format == format && known.bytes < kMaxBytes / 2) {
+        if (!known.in_use && known.format == format &&
+            known.file->bytes() < wav_writer::max_bytes / 2) {
             known.in_use = true;
             return std::unique_ptr<wav_lease>(new wav_lease(*this, index));
         }
@@ -38,19 +37,15 @@ std::unique_ptr<wav_lease> wav_files::lease(const audio_format& format, std::str
         reason = "there are " + std::to_string(kMaxFiles) + " WAV files already";
         return nullptr;
     }
-    SF_INFO info = {};
-    info.samplerate = static_cast<int>(format.rate_hz);
-    info.channels = static_cast<int>(format.channels);
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     const std::string path = numbered_path(entries_.size() + 1);
     auto made = std::make_unique<entry>();
     made->format = format;
-    made->file.reset(sf_open(path.c_str(), SFM_WRITE, &info));
+    std::string error;
+    made->file = wav_writer::create(path, format.rate_hz, format.channels, error);
     if (made->file == nullptr) {
-        reason = "'" + path + "' cannot be written: " + sf_strerror(nullptr);
+        reason = "'" + path + "' cannot be written: " + error;
         return nullptr;
     }
-    sf_command(made->file.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
     made->in_use = true;
     entries_.push_back(std::move(made));
     LOGI("playing %u channels at %u Hz to '%s'", format.channels, format.rate_hz, path.c_str());
@@ -68,13 +63,7 @@ bool wav_lease::write(const int16_t* samples, size_t frames) {
         const std::lock_guard<std::mutex> guard(files_.mutex_);
         entry = files_.entries_[index_].get();
     }
-    const uint64_t bytes = uint64_t{frames} * entry->format.channels * sizeof(int16_t);
-    if (entry->bytes + bytes > kMaxBytes) {
-        return false;
-    }
-    entry->bytes += bytes;
-    const auto count = static_cast<sf_count_t>(frames);
-    return sf_writef_short(entry->file.get(), samples, count) == count;
+    return entry->file->append(samples, frames);
 }
 
 }  // namespace player_service

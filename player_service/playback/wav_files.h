@@ -8,10 +8,10 @@
 
 #include <memory>
 #include <mutex>
-#include <sndfile.h>
 #include <string>
 #include <vector>
 
+#include "host/sound_file.h"
 #include "player_service/playback/audio_format.h"
 
 namespace player_service {
@@ -45,14 +45,10 @@ class wav_files {
 
   private:
     friend class wav_lease;
-    struct sndfile_closer {
-        void operator()(SNDFILE* file) const { sf_close(file); }
-    };
     struct entry {
         audio_format format;
-        std::unique_ptr<SNDFILE, sndfile_closer> file;
+        std::unique_ptr<wav_writer> file;
         bool in_use = false;
-        uint64_t bytes = 0;
     };
 
     std::string numbered_path(size_t number) const;

@@ -147,6 +147,7 @@ TEST_F(Daemon, ExitsWithItsParent) {
 TEST_F(Daemon, RefusesWhatCannotWorkWithOneClearLine) {
     ASSERT_EQ(mkdir("shared", 0777), 0);
     ASSERT_EQ(chmod("shared", 0777), 0);
+    std::filesystem::create_symlink("gone.wav", "link.wav");
     const struct {
         words arguments;
         int code;
@@ -158,6 +159,7 @@ TEST_F(Daemon, RefusesWhatCannotWorkWithOneClearLine) {
         {{"--device", ""}, 2, "--device"},
         {{"--device", "none", "--socket-dir", ""}, 2, "--socket-dir"},
         {{"--device", "no/such/folder/out.wav"}, 1, "cannot be written"},
+        {{"--device", "link.wav"}, 1, "link.wav' cannot be written"},
         {{"--device", "wav:"}, 2, "names no file"},
         {{"--device", "nosuchpcm"}, 1, "nosuchpcm"},
         {{"--device", "none", "--timeline", "no/such/folder/t.csv"}, 1, "t.csv"},
@@ -176,6 +178,7 @@ TEST_F(Daemon, RefusesWhatCannotWorkWithOneClearLine) {
         EXPECT_NE(line.find("; "), std::string::npos) << line;
         EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
     }
+    EXPECT_TRUE(std::filesystem::is_symlink("link.wav")) << "trying leaves all as it was";
     player_service::daemon_options options;
     player_service::choose_output("auto", options, "no/cards/here");
     EXPECT_EQ(options.target.what, player_service::output_target::kind::nowhere);

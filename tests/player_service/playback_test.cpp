@@ -192,6 +192,7 @@ TEST_F(Playback, GivesAPlayerAtTheSameTimeAFileOfItsOwn) {
     ASSERT_TRUE(first != nullptr && second != nullptr) << reason;
     ASSERT_TRUE(first->write(samples.data(), 10));
     ASSERT_TRUE(second->write(samples.data(), 3));
+    EXPECT_FALSE(first->write(samples.data(), wav_writer::max_bytes / 4)) << "beyond the header";
     // As somebody finds them when the service is killed now.
     EXPECT_EQ(contents("out.wav").substr(40, 4), std::string("\x28\0\0\0", 4)) << "bytes of data";
     EXPECT_EQ(wav_contents("out.wav").frames(), 10U);

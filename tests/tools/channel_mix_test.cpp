@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-#include "tools/channel_mix.h"
+#include "tools/media/channel_mix.h"
 
 namespace {
 

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "tools/avsync_header.h"
-#include "tools/cut_sizes.h"
-#include "tools/frame_ledger.h"
-#include "tools/stream_events.h"
-#include "tools/tool_error.h"
+#include "host/program_error.h"
+#include "tools/direct/avsync_header.h"
+#include "tools/direct/cut_sizes.h"
+#include "tools/direct/frame_ledger.h"
+#include "tools/direct/stream_events.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ TEST(CutSizes, TextsGiveTheirSizes) {
     EXPECT_EQ(first_sizes("3,1048576,2", 4), (std::vector<size_t>{3, 1048576, 2, 3}));
     for (const char* text : {"0", "-1", "1048577", "99999999999999999999", "1,", ",1", "1;2", "x",
                              "random:", "random:-1", "random:4294967296", "randomly", " 1"}) {
-        EXPECT_THROW(cut_sizes(text, 1024), tool_error) << text;
+        EXPECT_THROW(cut_sizes(text, 1024), program_error) << text;
     }
 }
 
@@ -100,12 +100,12 @@ TEST(StreamEvents, OptionsBecomeEventsInTheirOrder) {
 
 TEST(StreamEvents, WhatIsNoTimeIsRefused) {
     for (const char* text : {"", "-1", "x", "1:", ":1", "1:2:3", "1:-2", "nan", "inf", "1e7"}) {
-        EXPECT_THROW(parse_events({text}, {}, {}), tool_error) << text;
-        EXPECT_THROW(parse_events({}, {text}, {}), tool_error) << text;
-        EXPECT_THROW(parse_events({}, {}, {text}), tool_error) << text;
+        EXPECT_THROW(parse_events({text}, {}, {}), program_error) << text;
+        EXPECT_THROW(parse_events({}, {text}, {}), program_error) << text;
+        EXPECT_THROW(parse_events({}, {}, {text}), program_error) << text;
     }
-    EXPECT_THROW(parse_events({}, {"1:2"}, {}), tool_error);
-    EXPECT_THROW(parse_events({}, {}, {"1"}), tool_error);
+    EXPECT_THROW(parse_events({}, {"1:2"}, {}), program_error);
+    EXPECT_THROW(parse_events({}, {}, {"1"}), program_error);
 }
 
 TEST(FrameLedger, AFlushDropsWhatWasNotDecodedYet) {

@@ -3,8 +3,8 @@
 
 #include <android/log.h>
 
-#include "tools/log_lines.h"
-#include "tools/progress.h"
+#include "tools/terminal/log_lines.h"
+#include "tools/terminal/progress.h"
 
 namespace {
 

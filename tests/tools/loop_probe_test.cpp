@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/audio_samples.h"
-#include "tools/loop_probe.h"
+#include "tools/pcm/loop_probe.h"
 
 namespace {
 

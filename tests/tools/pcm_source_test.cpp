@@ -4,7 +4,7 @@
 
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
-#include "tools/pcm_source.h"
+#include "tools/media/pcm_source.h"
 
 namespace {
 

@@ -1,8 +1,10 @@
 // corvex-hal record against a module that misbehaves in the ways real ones do.
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 
+#include "tests/support/resource_limit.h"
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
 #include "tests/tools/subprocess.h"
@@ -90,6 +92,15 @@ TEST_F(record_command, ASignalEndsInOrder) {
         EXPECT_EQ(calls, opened + std::string("read 2048\nread 2048\nread 2048\n") + closed);
         EXPECT_EQ(read_samples("out.wav").size(), 3072U);
     }
+}
+
+TEST_F(record_command, AFullDiskIsAnErrorAndTheFileKeepsWhatFitted) {
+    const resource_limit full(RLIMIT_FSIZE, 3000);
+    expect_error(record({}, {"-s", "1"}), 1, "cannot write all of 'out.wav'");
+    EXPECT_TRUE(has(calls, closed)) << calls;
+    const auto kept = read_samples("out.wav");
+    ASSERT_GE(kept.size(), 1024U);
+    EXPECT_TRUE(std::equal(kept.begin(), kept.end(), sound.begin()));
 }
 
 TEST_F(record_command, OnlyARegularFileIsWritten) {
