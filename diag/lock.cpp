@@ -1,27 +1,42 @@
 #include "diag/lock.h"
 
-#include <errno.h>
 #include <time.h>
 
 #include <android/log.h>
 
-#include "diag/relaxed.h"
-
 struct lock_waiter {
-    pthread_cond_t is_first;
+    pthread_cond_t may_take;
     struct lock_waiter* next;
 };
 
 namespace {
 
-// Both with the line's guard.
+// Whoever leaves looks for waiters behind clearing `is_taken`, and whoever waits looks at
+// `is_taken` behind joining the line: all in one order, so that one of the two sees the other.
+
+bool take(hal_mutex& mutex) {
+    return !__atomic_exchange_n(&mutex.is_taken, true, __ATOMIC_SEQ_CST);
+}
+
+void set_first(hal_mutex& mutex, struct lock_waiter* waiter) {
+    __atomic_store_n(&mutex.first, waiter, __ATOMIC_SEQ_CST);
+}
+
+// These three with the line's guard.
+
 void join_line(hal_mutex& mutex, struct lock_waiter* waiter) {
     if (mutex.first == nullptr) {
-        store_relaxed(mutex.first, waiter);
+        set_first(mutex, waiter);
     } else {
         mutex.last->next = waiter;
     }
     mutex.last = waiter;
+}
+
+void wake_first(const hal_mutex& mutex) {
+    if (mutex.first != nullptr) {
+        pthread_cond_signal(&mutex.first->may_take);
+    }
 }
 
 void leave_line(hal_mutex& mutex, const struct lock_waiter* waiter) {
@@ -36,54 +51,49 @@ void leave_line(hal_mutex& mutex, const struct lock_waiter* waiter) {
         before->next = waiter->next;
         return;
     }
-    store_relaxed(mutex.first, waiter->next);
-    if (waiter->next != nullptr) {
-        pthread_cond_signal(&waiter->next->is_first);
-    }
+    set_first(mutex, waiter->next);
+    wake_first(mutex);
 }
 
-// Waits behind those who came before, until then where that is not null, and gives what the last
-// attempt to lock gave.
-int lock_in_turn(hal_mutex& mutex, const struct timespec* until) {
+// Waits behind those who came before, until then where that is not null. Whether it was taken.
+bool take_in_turn(hal_mutex& mutex, const struct timespec* until) {
     struct lock_waiter self = {PTHREAD_COND_INITIALIZER, nullptr};
-    int error = 0;
     pthread_mutex_lock(&mutex.line_guard);
     join_line(mutex, &self);
-    while (mutex.first != &self && error == 0) {
-        error = until != nullptr ? pthread_cond_timedwait(&self.is_first, &mutex.line_guard, until)
-                                 : pthread_cond_wait(&self.is_first, &mutex.line_guard);
-    }
-    if (mutex.first == &self) {
-        pthread_mutex_unlock(&mutex.line_guard);
-        error = until != nullptr ? pthread_mutex_timedlock(&mutex.native, until)
-                                 : pthread_mutex_lock(&mutex.native);
-        pthread_mutex_lock(&mutex.line_guard);
+    bool is_mine = false;
+    for (int error = 0; error == 0 && !is_mine;) {
+        is_mine = mutex.first == &self && take(mutex);
+        if (!is_mine) {
+            error = until != nullptr
+                        ? pthread_cond_timedwait(&self.may_take, &mutex.line_guard, until)
+                        : pthread_cond_wait(&self.may_take, &mutex.line_guard);
+        }
     }
     leave_line(mutex, &self);
     pthread_mutex_unlock(&mutex.line_guard);
-    pthread_cond_destroy(&self.is_first);
-    return error;
+    pthread_cond_destroy(&self.may_take);
+    return is_mine;
 }
 
-// What an attempt to lock gave, as whether the mutex counts as locked.
-bool is_locked(int error, const char* tag, const char* operation) {
-    if (error == EBUSY || error == ETIMEDOUT) {
-        return false;
-    }
-    if (error != 0) {
+// What is taken.
+void lock_native(hal_mutex& mutex, const char* tag, const char* operation) {
+    if (pthread_mutex_lock(&mutex.native) != 0) {
         __android_log_print(ANDROID_LOG_ERROR, tag, "%s: mutex lock fail", operation);
     }
-    return true;
 }
 
 }  // namespace
 
 bool is_wanted(const hal_mutex& mutex) {
-    return load_relaxed(mutex.first) != nullptr;
+    return __atomic_load_n(&mutex.first, __ATOMIC_SEQ_CST) != nullptr;
 }
 
 bool try_lock(hal_mutex& mutex, const char* tag, const char* operation) {
-    return !is_wanted(mutex) && is_locked(pthread_mutex_trylock(&mutex.native), tag, operation);
+    if (is_wanted(mutex) || !take(mutex)) {
+        return false;
+    }
+    lock_native(mutex, tag, operation);
+    return true;
 }
 
 bool try_lock_for(uint64_t longest_us, hal_mutex& mutex, const char* tag, const char* operation) {
@@ -93,7 +103,11 @@ bool try_lock_for(uint64_t longest_us, hal_mutex& mutex, const char* tag, const 
     const uint64_t ns = static_cast<uint64_t>(until.tv_nsec) + longest_us * 1000;
     until.tv_sec += static_cast<time_t>(ns / ns_per_s);
     until.tv_nsec = static_cast<long>(ns % ns_per_s);
-    return is_locked(lock_in_turn(mutex, &until), tag, operation);
+    if (!take_in_turn(mutex, &until)) {
+        return false;
+    }
+    lock_native(mutex, tag, operation);
+    return true;
 }
 
 // The analysis does not see that the C library's function unlocks.
@@ -102,12 +116,19 @@ void unlock(hal_mutex& mutex, const char* tag, const char* operation) {
     if (pthread_mutex_unlock(&mutex.native) != 0) {
         __android_log_print(ANDROID_LOG_ERROR, tag, "%s: mutex unlock fail", operation);
     }
+    __atomic_store_n(&mutex.is_taken, false, __ATOMIC_SEQ_CST);
+    if (is_wanted(mutex)) {
+        pthread_mutex_lock(&mutex.line_guard);
+        wake_first(mutex);
+        pthread_mutex_unlock(&mutex.line_guard);
+    }
 }
 
 hal_lock::hal_lock(hal_mutex& mutex, const char* tag, const char* operation)
     : mutex_(mutex), tag_(tag), operation_(operation) {
     if (!try_lock(mutex, tag, operation)) {
-        is_locked(lock_in_turn(mutex, nullptr), tag, operation);
+        take_in_turn(mutex, nullptr);
+        lock_native(mutex, tag, operation);
     }
 }
 

@@ -25,11 +25,11 @@ struct lock_waiter;  // in its thread's stack
 
 // A non-recursive mutex. All bits zero is unlocked.
 struct HAL_THREAD_ANNOTATION(capability("mutex")) hal_mutex {
-    pthread_mutex_t native;
-    // Those who wait. Only the first of them goes for `native`; others go for it while there are
-    // none.
+    pthread_mutex_t native;  // locked by who has taken it, which never waits
+    bool is_taken;           // atomic
+    // Those who wait. Only the first of them may take it, and anybody while there are none.
     pthread_mutex_t line_guard;
-    struct lock_waiter* first;  // read without the guard: load_relaxed() and store_relaxed()
+    struct lock_waiter* first;  // atomic: read without the guard
     struct lock_waiter* last;
 };
 

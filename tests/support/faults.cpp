@@ -43,9 +43,9 @@ struct str_parms* __real_str_parms_create_str(const char* text);
 char* __real_str_parms_to_str(struct str_parms* parms);
 int __real_memset_s(void* dest, size_t dest_size, int value, size_t count);
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
-int __real_pthread_mutex_trylock(pthread_mutex_t* mutex);
 int __real_pthread_mutex_unlock(pthread_mutex_t* mutex);
-int __real_pthread_mutex_timedlock(pthread_mutex_t* mutex, const struct timespec* until);
+int __real_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const struct timespec* until);
 int __real_clock_gettime(clockid_t clock, struct timespec* time);
 
 void* __wrap_malloc(size_t size) {
@@ -74,19 +74,16 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
     const int result = __real_pthread_mutex_lock(mutex);
     return fails(mutex) ? EINVAL : result;
 }
-int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex) {
-    const int result = __real_pthread_mutex_trylock(mutex);
-    return fails(mutex) ? EINVAL : result;
-}
 int __wrap_pthread_mutex_unlock(pthread_mutex_t* mutex) {
     const int result = __real_pthread_mutex_unlock(mutex);
     return fails(mutex) ? EINVAL : result;
 }
 // Really waits, and moves the clock by what it was asked for when that was in vain.
-int __wrap_pthread_mutex_timedlock(pthread_mutex_t* mutex, const struct timespec* until) {
+int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                                  const struct timespec* until) {
     struct timespec from = {};
     __real_clock_gettime(CLOCK_REALTIME, &from);
-    const int result = __real_pthread_mutex_timedlock(mutex, until);
+    const int result = __real_pthread_cond_timedwait(condition, mutex, until);
     if (result == ETIMEDOUT) {
         plan.clock_us += (until->tv_sec - from.tv_sec) * 1'000'000 +
                          (until->tv_nsec - from.tv_nsec + 999) / 1000;
