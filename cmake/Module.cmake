@@ -3,6 +3,7 @@
 set(CORVEX_MODULE_SOURCES
   diag/capture_file.cpp
   diag/debug_switches.cpp
+  diag/fair_lock.cpp
   diag/lock.cpp
   diag/property_switch.cpp
   direct/avplay_connection.cpp

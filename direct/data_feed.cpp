@@ -10,7 +10,7 @@
 #include <zuavplayer/player_types.h>
 
 #include "diag/debug_switches.h"
-#include "diag/lock.h"
+#include "diag/fair_lock.h"
 #include "diag/log.h"
 #include "diag/relaxed.h"
 #include "direct/avplay_connection.h"
@@ -35,7 +35,7 @@ constexpr uint32_t poll_us = 10'000;
 uint32_t last_write_pts = 0;
 
 // From a chunk's copy to its hand-over at least; taken last, under a stream's lock.
-hal_mutex block_lock = {};
+struct fair_lock block_lock = {};
 
 static_assert(PTS_NONE == android::ZU_PTS_NONE);
 
@@ -71,7 +71,7 @@ bool wait_for_block(struct player_write* write) {
     bool is_locked = false;
     while (!is_locked && write->waited_us < longest_us) {
         const uint64_t start_us = now_us();
-        is_locked = try_lock_for(longest_us - write->waited_us, block_lock, log_tag, "data_write");
+        is_locked = take_within(block_lock, longest_us - write->waited_us);
         write->waited_us += now_us() - start_us;
     }
     if (!is_locked) {
@@ -84,7 +84,7 @@ bool wait_for_block(struct player_write* write) {
 // False when other streams' chunks take too long, which has then been logged.
 BY_HOLD bool take_block(struct player_write* write) {
     bool& is_held = write->block.is_held;
-    is_held = is_held || try_lock(block_lock, log_tag, "data_write") || wait_for_block(write);
+    is_held = is_held || try_take(block_lock) || wait_for_block(write);
     return is_held;
 }
 
@@ -171,7 +171,7 @@ void block_hold::release_if_wanted() {
 
 BY_HOLD void block_hold::release() {
     if (is_held) {
-        unlock(block_lock, log_tag, "data_write");
+        give_back(block_lock);
         is_held = false;
     }
 }

@@ -164,14 +164,14 @@ TEST_F(Concurrency, StreamsOpenTheirCardsOneAfterTheOther) {
 }
 
 TEST_F(Concurrency, ALockGoesToThoseWhoWaitInTheOrderInWhichTheyCame) {
-    hal_mutex mutex = {};
-    const auto line_end = [&mutex] {
-        pthread_mutex_lock(&mutex.line_guard);
-        const void* const last = mutex.first != nullptr ? mutex.last : nullptr;
-        pthread_mutex_unlock(&mutex.line_guard);
+    struct fair_lock lock = {};
+    const auto line_end = [&lock] {
+        pthread_mutex_lock(&lock.line_guard);
+        const void* const last = lock.first != nullptr ? lock.last : nullptr;
+        pthread_mutex_unlock(&lock.line_guard);
         return last;
     };
-    std::string order;  // guarded by the mutex
+    std::string order;  // guarded by the lock
     std::vector<std::thread> waiting;
     const auto let_wait = [&](const std::function<void()>& work) {
         const void* const before = line_end();
@@ -182,29 +182,29 @@ TEST_F(Concurrency, ALockGoesToThoseWhoWaitInTheOrderInWhichTheyCame) {
     };
     const auto take = [&](char name) {
         return [&, name] {
-            const hal_lock lock(mutex, "", "");
+            take_lock(lock);
             order += name;
+            give_back(lock);
         };
     };
-    {
-        const hal_lock lock(mutex, "", "");
-        let_wait(take('a'));
-        let_wait(take('b'));
-        EXPECT_FALSE(try_lock_for(1000, mutex, "", "")) << "the last in the line gives up";
-        let_wait([&] {
-            if (try_lock_for(60'000'000, mutex, "", "")) {
-                order += 'c';
-                unlock(mutex, "", "");
-            }
-        });
-        EXPECT_FALSE(try_lock(mutex, "", ""));
-    }
+    take_lock(lock);
+    let_wait(take('a'));
+    let_wait(take('b'));
+    EXPECT_FALSE(take_within(lock, 1000)) << "the last in the line gives up";
+    let_wait([&] {
+        if (take_within(lock, 60'000'000)) {
+            order += 'c';
+            give_back(lock);
+        }
+    });
+    EXPECT_FALSE(try_take(lock));
+    give_back(lock);
     take('d')();  // at once, and still behind all of them
     for (std::thread& each : waiting) {
         each.join();
     }
     EXPECT_EQ(order, "abcd");
-    EXPECT_FALSE(is_wanted(mutex));
+    EXPECT_FALSE(is_wanted(lock));
 }
 
 TEST_F(Concurrency, StandbyComesBetweenTwoWritesOfAThreadThatDoesNothingElse) {
@@ -217,7 +217,7 @@ TEST_F(Concurrency, StandbyComesBetweenTwoWritesOfAThreadThatDoesNothingElse) {
             control.join();  // it has closed the card
         }
         control = std::thread([&] { stream->common.standby(&stream->common); });
-        while (!is_wanted(to_hal_stream_out(stream)->lock)) {
+        while (!is_wanted(to_hal_stream_out(stream)->lock.turn)) {
             std::this_thread::yield();
         }
     };
