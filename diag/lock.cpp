@@ -5,8 +5,6 @@
 
 #include <android/log.h>
 
-#include "diag/relaxed.h"
-
 struct lock_waiter {
     pthread_cond_t is_first;
     struct lock_waiter* next;
@@ -77,10 +75,6 @@ bool is_locked(int error, const char* tag, const char* operation) {
 }
 
 }  // namespace
-
-bool is_wanted(const hal_mutex& mutex) {
-    return load_relaxed(mutex.first) != nullptr;
-}
 
 bool try_lock(hal_mutex& mutex, const char* tag, const char* operation) {
     return !is_wanted(mutex) && is_locked(pthread_mutex_trylock(&mutex.native), tag, operation);

@@ -12,6 +12,8 @@
 #include <pthread.h>
 #include <stdint.h>
 
+#include "diag/relaxed.h"
+
 #if defined(__clang__)
 #define HAL_THREAD_ANNOTATION(x) __attribute__((x))
 #else
@@ -34,7 +36,9 @@ struct HAL_THREAD_ANNOTATION(capability("mutex")) hal_mutex {
 };
 
 // Whether another thread waits for it, as far as is known by now.
-bool is_wanted(const hal_mutex& mutex);
+inline bool is_wanted(const hal_mutex& mutex) {
+    return load_relaxed(mutex.first) != nullptr;
+}
 
 // Locks the mutex unless another thread has it or waits for it. A mutex that is broken counts as
 // locked.
