@@ -180,7 +180,7 @@ class service_chunk_subject final : public subject {
     void reference(uint32_t times) override { others_.round_trips(2 * times); }
 
   private:
-    static constexpr uint32_t frames_each = 256;
+    static constexpr uint64_t frames_each = 256;
 
     const other_processes others_{offer_reference_service};
     const loaded_module module_;

@@ -4,11 +4,13 @@
 
 #include "diag/debug_switches.h"
 #include "diag/log.h"
-#include "diag/relaxed.h"
 #include "direct/status.h"
 #include "player_client/player_functions.h"
 
 using android::ZU_SND_0;
+
+void* avplayer_handle = nullptr;
+void* avplayer_cblk = nullptr;
 
 namespace {
 
@@ -26,10 +28,6 @@ constexpr decoder_library decoder_libraries[] = {
     {"libZU.AUDIO.FFMPEG_ADEC.decode.so", "FFMPEG decode"},
     {"libZU.AUDIO.PCM.decode.so", "PCM decode"},
 };
-
-// Written while the device is opened or closed, read by any thread.
-void* avplayer_handle = nullptr;
-void* avplayer_cblk = nullptr;
 
 void publish(void* handle, void* block) {
     store_relaxed(avplayer_cblk, block);
@@ -51,14 +49,6 @@ void register_decoder_libraries(void* handle) {
 }
 
 }  // namespace
-
-void* player_connection() {
-    return load_relaxed(avplayer_handle);
-}
-
-void* player_block() {
-    return load_relaxed(avplayer_cblk);
-}
 
 int32_t hal_avplay_initAvplayer(void) {
     trace_call(log_tag, __func__);

@@ -6,13 +6,23 @@
 
 #include <stdint.h>
 
+#include "diag/relaxed.h"
+
+// Written while the device is opened or closed. Here because each chunk of a stream asks for them.
+extern void* avplayer_handle;
+extern void* avplayer_cblk;
+
 // The first argument of every ZUAVPLAYER_* call; null while there is no connection, which makes
 // each of them fail without a call. Any thread.
-void* player_connection();
+inline void* player_connection() {
+    return load_relaxed(avplayer_handle);
+}
 
 // The start of the memory block through which stream data goes to the service, 8192 bytes; null
-// while there is no connection.
-void* player_block();
+// while there is no connection. Any thread.
+inline void* player_block() {
+    return load_relaxed(avplayer_cblk);
+}
 
 extern "C" {
 

@@ -26,32 +26,31 @@ constexpr uint32_t track_volume_percent = 65;
 constexpr uint32_t track_buffer_ms = 30;
 
 // Whether the service has not answered in time an opening or closing of the AV-sync source's
-// channel since that was last opened. It may have done it later, when nobody waited any more: a
+// channel since a session was last built on it. It may do that later, when nobody waits any more: a
 // channel that is open then would never open again. Other players live no longer than their
 // channel.
 bool is_channel_in_doubt = false;
 
-int32_t open_channel(const struct avplay_session* session) {
-    void* const connection = player_connection();
-    const bool is_shared = session->usecase == USECASE_DIRECT_HWSYNC;
-    const bool was_in_doubt = is_shared && load_relaxed(is_channel_in_doubt);
-    if (was_in_doubt) {
-        ZUAVPLAYER_ChnClose(connection, session->avplay_handle, ZU_CHN_AUD);
+void note_doubt(const struct avplay_session* session, int32_t status) {
+    if (session->usecase == USECASE_DIRECT_HWSYNC && status == -ETIMEDOUT) {
+        store_relaxed(is_channel_in_doubt, true);
     }
-    const int32_t error =
-        ZUAVPLAYER_ChnOpen(connection, session->avplay_handle, ZU_CHN_AUD, nullptr, 0);
-    if (is_shared) {
-        store_relaxed(is_channel_in_doubt, error == -ETIMEDOUT || (was_in_doubt && error != 0));
-    }
-    return error;
 }
 
 int32_t close_channel(const struct avplay_session* session) {
     const int32_t error =
         ZUAVPLAYER_ChnClose(player_connection(), session->avplay_handle, ZU_CHN_AUD);
-    if (session->usecase == USECASE_DIRECT_HWSYNC && error == -ETIMEDOUT) {
-        store_relaxed(is_channel_in_doubt, true);
+    note_doubt(session, error);
+    return error;
+}
+
+int32_t open_channel(const struct avplay_session* session) {
+    if (session->usecase == USECASE_DIRECT_HWSYNC && load_relaxed(is_channel_in_doubt)) {
+        close_channel(session);
     }
+    const int32_t error =
+        ZUAVPLAYER_ChnOpen(player_connection(), session->avplay_handle, ZU_CHN_AUD, nullptr, 0);
+    note_doubt(session, error);
     return error;
 }
 
@@ -170,6 +169,9 @@ int32_t hal_avplay_create(struct avplay_session* session) {
     session->tmp_len = 0;
     session->state = AVPLAY_STATE_READY;
     session->is_in_doubt = false;
+    if (session->usecase == USECASE_DIRECT_HWSYNC) {
+        store_relaxed(is_channel_in_doubt, false);
+    }
     return 0;
 
 detach_track:

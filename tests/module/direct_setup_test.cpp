@@ -1,5 +1,7 @@
 // What is built in the player service for a stream, and how it comes apart.
 
+#include <cerrno>
+
 #include "diag/debug_switches.h"
 #include "direct/avplay_player.h"
 #include "direct/avplay_session_setup.h"
@@ -265,6 +267,33 @@ TEST_F(DirectSetup, ATunnelWaitsForItsAvSyncSource) {
     EXPECT_EQ(hdo_close(session_of(stream)), 0);
     EXPECT_EQ(log.count("avplay_create unkowned usecase 0  hw_sync_id:0x71"), 1);
     EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "audio_hal_hdo", "hdo_close:invalid usecase"), 1);
+    close_stream(stream);
+}
+
+TEST_F(DirectSetup, ClosesAChannelFirstThatALateCallMayHaveOpened) {
+    struct audio_stream_out* const stream = open_direct(tunnel_flags);
+    const auto first_calls = [&] {
+        write(stream, "abcd");
+        lines calls = take_calls();
+        calls.resize(2);
+        return joined(calls);
+    };
+    auto& results = player_service().results;
+    results["ChnOpen"] = -ETIMEDOUT;
+    EXPECT_EQ(first_calls(), "ChnOpen 71 1 null 0 | ");
+    results = {
+        {"AttachSnd", refused}};  // an early answer does not mean that all late calls are done
+    EXPECT_EQ(first_calls(), "ChnClose 71 1 | ChnOpen 71 1 null 0");
+    results.clear();
+    EXPECT_EQ(first_calls(), "ChnClose 71 1 | ChnOpen 71 1 null 0");
+    results["ChnClose"] = -ETIMEDOUT;
+    for (const char* const again :
+         {"ChnClose 71 1 | ChnOpen 71 1 null 0", "ChnOpen 71 1 null 0 | GetTrackDefAttr 0 18"}) {
+        standby(stream);
+        results.clear();
+        take_calls();
+        EXPECT_EQ(first_calls(), again);
+    }
     close_stream(stream);
 }
 

@@ -135,7 +135,7 @@ const operation shared_operations[] = {
      "Call ZUAVPLAYER_GetDefaultConfig failed (#) | hal_avplay_create_ext failed(#) | "
      "hdo_create_hwsync_source failed\n | adev_obtain_hwsync_source failed"},
     {"get_parameters", [](device_ptr, out_ptr s) { return ask(s, "sup_sampling_rates"); },
-     strlen("sup_sampling_rates=48000"), ""},
+     int64_t{sizeof("sup_sampling_rates=48000")} - 1, ""},
     {"set_parameters",
      [](device_ptr, out_ptr s) -> int64_t {
          return s->common.set_parameters(&s->common, "sampling_rate=44100");
