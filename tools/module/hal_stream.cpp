@@ -25,7 +25,7 @@ std::string hal_stream::parameters(const char* keys) const {
 
 size_t hal_stream::buffer_frames(size_t frame_bytes) const {
     const size_t bytes = buffer_bytes();
-    if (bytes < frame_bytes || bytes > max_buffer_bytes) {
+    if (frame_bytes == 0 || bytes < frame_bytes || bytes > max_buffer_bytes) {
         throw program_error("the stream asks for buffers of " + std::to_string(bytes) +
                             " bytes, which cannot be right; see the module's log with -vv");
     }
