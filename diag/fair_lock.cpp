@@ -75,10 +75,6 @@ bool take_in_turn(fair_lock& lock, const struct timespec* until) {
 
 }  // namespace
 
-bool is_wanted(const fair_lock& lock) {
-    return __atomic_load_n(&lock.first, __ATOMIC_SEQ_CST) != nullptr;
-}
-
 bool try_take(fair_lock& lock) {
     return !is_wanted(lock) && take(lock);
 }

@@ -29,7 +29,9 @@ struct HAL_THREAD_ANNOTATION(capability("mutex")) fair_lock {
 };
 
 // Whether another thread waits for it, as far as is known by now.
-bool is_wanted(const fair_lock& lock);
+inline bool is_wanted(const fair_lock& lock) {
+    return __atomic_load_n(&lock.first, __ATOMIC_SEQ_CST) != nullptr;
+}
 
 void take_lock(fair_lock& lock) HAL_THREAD_ANNOTATION(acquire_capability(lock));
 
