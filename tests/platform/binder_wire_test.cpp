@@ -9,8 +9,6 @@
 #include "tests/platform/binder_fixture.h"
 #include "tests/platform/binder_raw_client.h"
 
-using namespace corvex_binder;
-
 namespace {
 
 bytes objects(const std::vector<wire_object>& list, size_t data_bytes) {
@@ -180,7 +178,7 @@ TEST_F(BinderRemoteTest, ProcessThatTakesAllItCanLeavesEnoughForOthers) {
         kept.back().send(call({0, 0}, {}, kServiceObject, kBlock));
     }
     const bytes refusal = kept.back().receive();
-    EXPECT_EQ(message_type_of(refusal.data(), refusal.size()), kRefused);
+    EXPECT_EQ(refusal, join(plain_message{kRefused, 0}));
     for (int i = 0; i < 20; ++i) {
         kept.emplace_back(folder() + "/probe");
         kept.back().send(hello());
