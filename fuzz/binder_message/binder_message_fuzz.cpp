@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         std::abort();
     }
     const auto from =
-        std::make_shared<connection>(std::move(ours), peer::of({getpid(), geteuid()}));
+        std::make_shared<connection>(std::move(ours), peer::of({getpid(), geteuid(), 0}));
     object_table objects;
     objects.offer_service(new android::BBinder);
 

@@ -111,14 +111,6 @@ uint32_t received_message::type() const {
     return type;
 }
 
-bool received_message::copy_fixed(void* fixed, size_t fixed_size) const {
-    if (size < fixed_size) {
-        return false;
-    }
-    memcpy(fixed, bytes, fixed_size);
-    return true;
-}
-
 wire_object wire_parcel::object(size_t index) const {
     wire_object one = {};
     memcpy(&one, table + index * sizeof one, sizeof one);

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <sys/uio.h>
 #include <vector>
 
@@ -129,11 +130,11 @@ struct received_message {
     // Copies the fixed part; false where there are fewer bytes.
     template <typename Fixed>
     bool decode(Fixed* fixed) const {
-        return copy_fixed(fixed, sizeof *fixed);
+        if (size >= sizeof *fixed) {
+            memcpy(fixed, bytes, sizeof *fixed);
+        }
+        return size >= sizeof *fixed;
     }
-
-  private:
-    bool copy_fixed(void* fixed, size_t fixed_size) const;
 };
 
 // A parcel inside a message that has been received.

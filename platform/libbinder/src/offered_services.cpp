@@ -85,7 +85,7 @@ void listener::on_input() {
 }
 
 void listener::accept_one(unique_fd&& socket) {
-    peer_identity identity;
+    ucred identity = {};
     if (!identify_peer(socket.get(), &identity)) {
         return;
     }

@@ -162,30 +162,24 @@ status_t Parcel::read(void* outData, size_t len) const {
 
 namespace {
 
-// A counted, terminated string; null and the reason where there is none.
-const char16_t* read_utf16(const Parcel& parcel, size_t* length, status_t* status) {
+// A counted, terminated string.
+status_t read_utf16(const Parcel& parcel, const char16_t** text, size_t* length) {
     int32_t size = 0;
-    *length = 0;
-    *status = parcel.readInt32(&size);
-    if (*status != NO_ERROR) {
-        return nullptr;
+    if (parcel.readInt32(&size) != NO_ERROR) {
+        return NOT_ENOUGH_DATA;
     }
     // At an odd place no string is written.
     if (size < 0 || parcel.dataPosition() % alignof(char16_t) != 0) {
-        *status = size == -1 ? UNEXPECTED_NULL : BAD_VALUE;
-        return nullptr;
+        return size == -1 ? UNEXPECTED_NULL : BAD_VALUE;
     }
-    const auto units = static_cast<size_t>(size);
-    const auto* str =
-        units < kMaxStoredBytes / sizeof(char16_t)
-            ? static_cast<const char16_t*>(parcel.readInplace((units + 1) * sizeof(char16_t)))
-            : nullptr;
-    if (str == nullptr || str[units] != 0) {
-        *status = str == nullptr ? NOT_ENOUGH_DATA : BAD_VALUE;
-        return nullptr;
+    *length = static_cast<size_t>(size);
+    const bool fits = *length < kMaxStoredBytes / sizeof(char16_t);
+    const void* from = fits ? parcel.readInplace((*length + 1) * sizeof(char16_t)) : nullptr;
+    *text = static_cast<const char16_t*>(from);
+    if (from == nullptr) {
+        return NOT_ENOUGH_DATA;
     }
-    *length = units;
-    return str;
+    return (*text)[*length] == 0 ? NO_ERROR : BAD_VALUE;
 }
 
 }  // namespace
@@ -197,27 +191,23 @@ String16 Parcel::readString16() const {
 }
 
 status_t Parcel::readString16(String16* pArg) const {
+    const char16_t* text = nullptr;
     size_t length = 0;
-    status_t status = NO_ERROR;
-    const char16_t* str = read_utf16(*this, &length, &status);
-    if (str == nullptr) {
-        *pArg = String16();
-        return status;
-    }
-    return pArg->setTo(str, length);
+    const status_t status = read_utf16(*this, &text, &length);
+    *pArg = String16();
+    return status == NO_ERROR ? pArg->setTo(text, length) : status;
 }
 
 bool Parcel::checkInterface(IBinder* binder) const {
     const String16& interface = binder->getInterfaceDescriptor();
     readInt32();
+    const char16_t* name = nullptr;
     size_t length = 0;
-    status_t status = NO_ERROR;
-    const char16_t* name = read_utf16(*this, &length, &status);
-    if (name == nullptr || length != interface.size() ||
+    const bool has_name = read_utf16(*this, &name, &length) == NO_ERROR;
+    if (!has_name || length != interface.size() ||
         memcmp(name, interface.string(), length * sizeof *name) != 0) {
         complain(caller_complaints(), "a call for '%.64s' came to '%s' and was refused",
-                 name != nullptr ? String8(name, length).string() : "",
-                 String8(interface).string());
+                 has_name ? String8(name, length).string() : "", String8(interface).string());
         return false;
     }
     return true;

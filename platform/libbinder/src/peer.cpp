@@ -62,7 +62,7 @@ int read_setting(const char* variable, long preset, long most, complaints& lines
 
 }  // namespace
 
-std::shared_ptr<peer> peer::of(const peer_identity& identity) {
+std::shared_ptr<peer> peer::of(const ucred& identity) {
     peer_records& known = records();
     const Mutex::Autolock lock(known.mutex);
     std::shared_ptr<peer>& found = known.all[{identity.pid, identity.uid}];

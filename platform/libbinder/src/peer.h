@@ -6,16 +6,11 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <sys/types.h>
+#include <sys/socket.h>
 
 #include "log.h"
 
 namespace android::corvex_binder {
-
-struct peer_identity {
-    pid_t pid = -1;
-    uid_t uid = 0;
-};
 
 enum class resource : uint8_t {
     connections,      // that it has made to us
@@ -31,14 +26,14 @@ using share = std::shared_ptr<void>;
 class peer : public std::enable_shared_from_this<peer> {
   public:
     // The record of this process; a new one where there is none.
-    static std::shared_ptr<peer> of(const peer_identity& identity);
+    static std::shared_ptr<peer> of(const ucred& identity);
     // Forgets processes that have gone, and says what has not been said about them. About once a
     // second, on the loop's thread.
     static void forget_gone();
 
-    explicit peer(const peer_identity& who) : identity(who) {}
+    explicit peer(const ucred& who) : identity(who) {}
 
-    const peer_identity identity;
+    const ucred identity;
     complaints lines;
     // A call to it has timed out, and none has been answered in time since.
     std::atomic<bool> is_silent{false};

@@ -63,7 +63,7 @@ status_t say_hello(int socket, const std::string& name) {
 
 status_t connect_new(int directory, const std::string& name, std::shared_ptr<connection>* made) {
     unique_fd socket;
-    peer_identity identity;
+    ucred identity = {};
     status_t status = connect_to(directory, name, call_timeout_ms(), &socket, &identity);
     std::shared_ptr<peer> other;
     if (status == NO_ERROR) {

@@ -114,10 +114,6 @@ std::string socket_name(const String16& service) {
     return name.size() <= kMaxFileName ? name : std::string();
 }
 
-bool operator==(const socket_identity& a, const socket_identity& b) {
-    return a.device == b.device && a.inode == b.inode;
-}
-
 bool identify(int directory, const std::string& name, socket_identity* identity) {
     struct stat file = {};
     if (fstatat(directory, name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0 ||
@@ -151,7 +147,7 @@ unique_fd listen_at(int directory, const std::string& name, socket_identity* ide
 }
 
 status_t connect_to(int directory, const std::string& name, int timeout_ms, unique_fd* connected,
-                    peer_identity* peer) {
+                    ucred* peer) {
     const unique_fd file(openat(directory, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat kind = {};
     if (!file.ok() || fstat(file.get(), &kind) != 0 || !S_ISSOCK(kind.st_mode)) {
@@ -186,17 +182,12 @@ status_t connect_to(int directory, const std::string& name, int timeout_ms, uniq
     return NO_ERROR;
 }
 
-bool identify_peer(int socket, peer_identity* peer) {
-    ucred credentials = {};
-    socklen_t size = sizeof credentials;
-    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
-        return false;
-    }
-    *peer = {credentials.pid, credentials.uid};
-    return true;
+bool identify_peer(int socket, ucred* peer) {
+    socklen_t size = sizeof *peer;
+    return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, peer, &size) == 0;
 }
 
-bool may_connect(const peer_identity& peer) {
+bool may_connect(const ucred& peer) {
     return peer.uid == geteuid() || peer.uid == 0;
 }
 

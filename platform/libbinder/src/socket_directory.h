@@ -4,13 +4,13 @@
 #pragma once
 
 #include <string>
+#include <sys/socket.h>
 #include <sys/types.h>
+#include <utility>
 
 #include <android-base/unique_fd.h>
 #include <utils/Errors.h>
 #include <utils/String16.h>
-
-#include "peer.h"
 
 namespace android::corvex_binder {
 
@@ -24,11 +24,7 @@ unique_fd open_socket_directory(bool create, status_t* status);
 std::string socket_name(const String16& service);
 
 // Which file a socket is, as long as it lives.
-struct socket_identity {
-    dev_t device = 0;
-    ino_t inode = 0;
-};
-bool operator==(const socket_identity& a, const socket_identity& b);
+using socket_identity = std::pair<dev_t, ino_t>;
 
 // A listening socket of this name, in place of one that may be there.
 unique_fd listen_at(int directory, const std::string& name, socket_identity* identity,
@@ -40,11 +36,11 @@ bool identify(int directory, const std::string& name, socket_identity* identity)
 // where nobody does; TIMED_OUT where somebody does and is not free within the time (0: for ever);
 // PERMISSION_DENIED, with a line in the log, where that is another user.
 status_t connect_to(int directory, const std::string& name, int timeout_ms, unique_fd* connected,
-                    peer_identity* peer);
+                    ucred* peer);
 
 // Whether the other end's process is ours, or root's. A listener's own end accepts no others;
 // towards a service, root takes anybody.
-bool identify_peer(int socket, peer_identity* peer);
-bool may_connect(const peer_identity& peer);
+bool identify_peer(int socket, ucred* peer);
+bool may_connect(const ucred& peer);
 
 }  // namespace android::corvex_binder
