@@ -47,17 +47,6 @@ TEST_F(BinderRemoteTest, RecipientIsNotKeptAliveByItsLink) {
     EXPECT_TRUE(other->reaches(1));
 }
 
-TEST_F(BinderRemoteTest, DeathDuringACallAnswersIt) {
-    EXPECT_EQ(ask(probe_, kDie).status, android::DEAD_OBJECT);
-    child_process again(probe_service, {"probe"});
-    const sp<IBinder> blocked = await("probe");
-    android::status_t status = android::NO_ERROR;
-    std::thread caller([&] { status = ask(blocked, kBlock).status; });
-    again.end();
-    caller.join();
-    EXPECT_EQ(status, android::DEAD_OBJECT);
-}
-
 TEST_F(BinderRemoteTest, ServiceIsToldOfItsClientsDeathAndDropsTheirObjects) {
     const int before = ask(probe_, kObjects).number();
     {
