@@ -3,8 +3,8 @@
 
 # Libraries are also what a root of another processor is made of.
 packages_compile=(g++ cmake ninja-build pkg-config binutils)
-packages_libraries=(android-liblog-dev android-libcutils-dev android-libutils-dev libasound2-dev
-  libavformat-dev libavcodec-dev libavutil-dev libswresample-dev
+packages_libraries=(android-liblog-dev android-libbase-dev android-libcutils-dev
+  android-libutils-dev libasound2-dev libavformat-dev libavcodec-dev libavutil-dev libswresample-dev
   libsndfile1-dev libcli11-dev libspeexdsp-dev libgtest-dev libtinyxml2-dev)
 packages_build=("${packages_compile[@]}" "${packages_libraries[@]}")
 packages_demo=(alsa-utils libasound2-data ffmpeg)

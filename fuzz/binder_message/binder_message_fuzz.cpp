@@ -15,7 +15,7 @@
 
 namespace {
 
-using namespace corvex_binder;
+using namespace android::corvex_binder;
 using android::Parcel;
 
 template <typename T, android::status_t (Parcel::*read)(T*) const>
@@ -26,7 +26,7 @@ void try_read(const Parcel& parcel) {
 
 void (*const kReaders[])(const Parcel&) = {
     try_read<android::String16, &Parcel::readString16>,
-    try_read<android::sp<android::IBinder>, &Parcel::readStrongBinder>,
+    try_read<android::sp<android::IBinder>, &Parcel::readNullableStrongBinder>,
     try_read<uint64_t, &Parcel::readUint64>,
     [](const Parcel& parcel) { parcel.readFileDescriptor(); },
     [](const Parcel& parcel) { parcel.readInplace(5); },
@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
         std::abort();
     }
     const auto from =
-        std::make_shared<connection>(std::move(ours), peer::of({getpid(), geteuid()}));
+        std::make_shared<connection>(std::move(ours), peer::of({getpid(), geteuid(), 0}));
     object_table objects;
     objects.offer_service(new android::BBinder);
 
@@ -68,20 +68,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     const size_t length = size - 1;
     const std::unique_ptr<uint8_t[]> exact(new uint8_t[length]);
     memcpy(exact.get(), bytes + 1, length);
-    const uint32_t type = message_type_of(exact.get(), length);
+    message.bytes = exact.get();
+    message.size = length;
     call_message call = {};
     reply_message reply = {};
     release_message release = {};
     Parcel parcel;
-    if ((type == kCall || type == kOnewayCall) &&
-        decode_fixed(exact.get(), length, &call, sizeof call)) {
+    if ((message.type() == kCall || message.type() == kOnewayCall) && message.decode(&call)) {
         objects.find(call.target);
-        take_parcel(from, objects, call.parcel, exact.get() + sizeof call, length - sizeof call,
-                    message, &parcel);
-    } else if (type == kReply && decode_fixed(exact.get(), length, &reply, sizeof reply)) {
-        take_parcel(from, objects, reply.parcel, exact.get() + sizeof reply, length - sizeof reply,
-                    message, &parcel);
-    } else if (decode_fixed(exact.get(), length, &release, sizeof release)) {
+        take_parcel(from, objects, decode_parcel(call.parcel, message, sizeof call), message,
+                    &parcel);
+    } else if (message.type() == kReply && message.decode(&reply)) {
+        take_parcel(from, objects, decode_parcel(reply.parcel, message, sizeof reply), message,
+                    &parcel);
+    } else if (message.decode(&release)) {
         android::sp<android::IBinder> released;
         if (objects.release(release, &released) && release.object == kServiceObject &&
             released != nullptr) {

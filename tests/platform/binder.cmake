@@ -14,7 +14,6 @@ corvex_program(binder_probe_service)
 corvex_test(binder_test
   SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/binder_death_test.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/binder_fixture.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_memory_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_parcel_test.cpp
     ${CMAKE_CURRENT_LIST_DIR}/binder_probe.cpp

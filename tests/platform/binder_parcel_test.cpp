@@ -103,7 +103,7 @@ TEST(Parcel, BytesThatDoNotHoldTogetherGiveAnError) {
                 status = parcel.read(bytes, sizeof bytes);
                 break;
             case kObject:
-                status = parcel.readStrongBinder(&object);
+                status = parcel.readNullableStrongBinder(&object);
                 EXPECT_EQ(object, nullptr);
                 break;
             case kDescriptor:

@@ -154,8 +154,6 @@ status_t probe::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uin
             reply->writeBool(std::is_sorted(notes_.begin(), notes_.end()));
             return reply->writeBool(noted_at_once_);
         }
-        case kDie:
-            _exit(0);
         case kExit:
             exit(0);
         case kOpenFiles:

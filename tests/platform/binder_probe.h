@@ -29,7 +29,6 @@ enum probe_code : uint32_t {
     kUnblock,     // ->
     kNote,        // int32 ->; remembers it
     kNotes,       // -> what it has remembered; whether two were being remembered at once
-    kDie,         // the process ends at once
     kExit,        // the process exits as a program does
     kWatch,       // object ->; links to its death
     kDeaths,      // -> how many of those were told

@@ -12,6 +12,8 @@
 
 #include "platform/libbinder/src/message.h"
 
+using namespace android::corvex_binder;
+
 using bytes = std::vector<uint8_t>;
 
 // The bytes of records and of byte strings, one after the other.
@@ -30,16 +32,15 @@ bytes join(const Parts&... parts) {
     return all;
 }
 
-inline bytes hello(const char* magic = corvex_binder::kWireMagic,
-                   uint32_t version = corvex_binder::kWireVersion) {
-    corvex_binder::hello_message message = {corvex_binder::kHello, version, {}, 0, 0};
+inline bytes hello(const char* magic = kWireMagic, uint32_t version = kWireVersion) {
+    hello_message message = {kHello, version, {}, 0, 0};
     memcpy(message.magic, magic, sizeof message.magic);
     return join(message);
 }
 
 class raw_socket {
   public:
-    explicit raw_socket(corvex_binder::unique_fd&& socket) : socket_(std::move(socket)) {}
+    explicit raw_socket(unique_fd&& socket) : socket_(std::move(socket)) {}
     explicit raw_socket(const std::string& path)
         : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
         sockaddr_un address = {};
@@ -51,23 +52,24 @@ class raw_socket {
     static raw_socket greeted(const std::string& path) {
         raw_socket made(path);
         made.send(hello());
-        EXPECT_EQ(made.receive().size(), sizeof(corvex_binder::hello_message));
+        EXPECT_EQ(made.receive().size(), sizeof(hello_message));
         return made;
     }
     // A new channel for calls, handed over, or closed where the other end takes none.
     raw_socket make_channel() {
-        corvex_binder::unique_fd ours;
-        corvex_binder::unique_fd theirs;
-        EXPECT_TRUE(corvex_binder::make_socket_pair(&ours, &theirs));
-        send(join(corvex_binder::plain_message{corvex_binder::kChannel, 0}), {theirs.get()});
+        unique_fd ours;
+        unique_fd theirs;
+        EXPECT_TRUE(make_socket_pair(&ours, &theirs));
+        send(join(plain_message{kChannel, 0}), {theirs.get()});
         return raw_socket(std::move(ours));
     }
 
     // False where the other end has closed, or does not take more for now.
     bool send(const bytes& what, const std::vector<int>& descriptors = {}) {
-        const iovec part = {const_cast<uint8_t*>(what.data()), what.size()};
-        return corvex_binder::send_message(socket_.get(), &part, 1, descriptors.data(),
-                                           descriptors.size(), MSG_DONTWAIT) == 0;
+        outgoing_message message(what.data(), what.size());
+        message.descriptors = descriptors.data();
+        message.descriptor_count = descriptors.size();
+        return send_message(socket_.get(), message, MSG_DONTWAIT) == 0;
     }
     // The next message; empty where the other end has closed instead. What it said before it closed
     // comes after the error.
@@ -86,14 +88,13 @@ class raw_socket {
     bytes receive_once() {
         pollfd readable = {socket_.get(), POLLIN, 0};
         EXPECT_EQ(poll(&readable, 1, 60000), 1) << "neither closed nor answered";
-        bytes room(corvex_binder::kMaxMessageBytes);
-        errno = 0;
-        corvex_binder::received_message message;
-        corvex_binder::receive_message(socket_.get(), room.data(), room.size(), MSG_DONTWAIT,
-                                       &message);
-        room.resize(message.bytes > 0 ? static_cast<size_t>(message.bytes) : 0);
+        bytes room(kMaxMessageBytes);
+        const received_message message =
+            receive_message(socket_.get(), room.data(), room.size(), MSG_DONTWAIT);
+        errno = message.error;
+        room.resize(message.size);
         return room;
     }
 
-    corvex_binder::unique_fd socket_;
+    unique_fd socket_;
 };

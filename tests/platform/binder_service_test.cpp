@@ -128,12 +128,8 @@ TEST_F(BinderTest, StoppedServiceIsWaitedForAsACallIsAndIsNotTakenForAbsent) {
     EXPECT_EQ(android::defaultServiceManager()->getService(String16("probe")), nullptr);
     EXPECT_EQ(log_.count_containing("is there and does not answer"), 1);
     setenv("CORVEX_BINDER_CALL_TIMEOUT_MS", "60000", 1);
-    std::thread later([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        service.send(SIGCONT);
-    });
-    EXPECT_TRUE(eventually([] { return find("probe") != nullptr; }));
-    later.join();
+    service.send(SIGCONT);
+    await("probe");
 }
 
 // More clients at once than any queue of the service's own would take, on a machine that is slow.

@@ -4,12 +4,11 @@
 #include <netinet/in.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "tests/platform/binder_fixture.h"
 #include "tests/platform/binder_raw_client.h"
-
-using namespace corvex_binder;
 
 namespace {
 
@@ -30,6 +29,15 @@ bytes call(parcel_header header, const bytes& parcel, uint64_t target = kService
 
 bytes oneway(uint32_t code, parcel_header header = {0, 0}, const bytes& parcel = {}) {
     return join(call_message{kOnewayCall, code, 0, kServiceObject, 1, 0, header}, parcel);
+}
+
+// The object in a reply; 0 where there is none.
+uint64_t object_of(const bytes& reply) {
+    wire_object made = {};
+    if (reply.size() >= sizeof(reply_message) + sizeof made) {
+        memcpy(&made, reply.data() + sizeof(reply_message), sizeof made);
+    }
+    return made.object;
 }
 
 int32_t status_of(const bytes& reply) {
@@ -129,6 +137,26 @@ TEST_F(BinderRemoteTest, ParcelThatDoesNotHoldTogetherIsBadValueAndTheConnection
     EXPECT_TRUE(eventually([&] { return ask(probe_, kOpenFiles).number() == files; }));
 }
 
+// Messages of several sockets overtake each other.
+TEST_F(BinderRemoteTest, ReleaseKeepsTheObjectForMessagesThatItHasOvertaken) {
+    const int before = ask(probe_, kObjects).number();
+    raw_socket client = raw_socket::greeted(folder() + "/probe");
+    raw_socket channel = client.make_channel();
+    channel.send(call({0, 0}, {}, kServiceObject, kMakeObject));
+    const uint64_t made = object_of(channel.receive());
+    // It says that two messages name the object; none of them has come.
+    client.send(join(release_message{kRelease, 0, made, 1, 2}));
+    client.send(oneway(kUnblock));
+    EXPECT_EQ(client.receive().size(), sizeof(oneway_done_message)) << "it has not been read yet";
+    channel.send(call({0, 0}, {}, made));
+    EXPECT_EQ(status_of(channel.receive()), android::NO_ERROR);
+    channel.send(call({24, 1}, objects({{0, kReceiversObject, made}}, 24)));
+    EXPECT_EQ(status_of(channel.receive()), android::NO_ERROR);
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kObjects).number() == before; }));
+    channel.send(call({0, 0}, {}, made));
+    EXPECT_EQ(status_of(channel.receive()), android::BAD_VALUE);
+}
+
 // Closing what it has passed may take long, and it may not be what it is said to be.
 TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
     const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -139,10 +167,14 @@ TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
     ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&here), size), 0);
     ASSERT_EQ(listen(listener, 8), 0);
     getsockname(listener, reinterpret_cast<sockaddr*>(&here), &size);
+    const int files = ask(probe_, kOpenFiles).number();
     raw_socket client = raw_socket::greeted(folder() + "/probe");
     // So that it closes last: only that waits.
     service_.pause();
     for (int i = 0; i < 4; ++i) {
+        unique_fd ours;
+        unique_fd theirs;
+        ASSERT_TRUE(make_socket_pair(&ours, &theirs));
         const unique_fd lingering(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
         ASSERT_EQ(connect(lingering.get(), reinterpret_cast<sockaddr*>(&here), size), 0);
         // Nobody takes what waits in it.
@@ -150,10 +182,18 @@ TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
         EXPECT_GT(::send(lingering.get(), much.data(), much.size(), MSG_DONTWAIT), 0);
         const linger patience = {1, 40};
         setsockopt(lingering.get(), SOL_SOCKET, SO_LINGER, &patience, sizeof patience);
-        EXPECT_TRUE(client.send(oneway(kNote), {lingering.get()}));
+        // What closes it can be told not to wait, but not what closes a socket that it waits in.
+        const bool is_hidden = i >= 2;
+        raw_socket(std::move(ours)).send({0}, {lingering.get()});
+        EXPECT_TRUE(client.send(oneway(kNote), {is_hidden ? theirs.get() : lingering.get()}));
     }
-    service_.send(SIGCONT);
     const auto start = std::chrono::steady_clock::now();
+    service_.send(SIGCONT);
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(client.receive().size(), sizeof(oneway_done_message));
+    }
+    // One of those that are hidden is being closed, the other waits for that.
+    EXPECT_TRUE(eventually([&] { return ask(probe_, kOpenFiles).number() <= files + 2; }));
     const child_process another(probe_service, {"--watched", "probe"});
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
     EXPECT_TRUE(client.send(join(plain_message{kChannel, 0}), {listener}));
@@ -165,14 +205,10 @@ TEST_F(BinderRemoteTest, DescriptorsThatBlockOrAreNoChannelHoldUpNobody) {
 TEST_F(BinderRemoteTest, ProcessThatTakesAllItCanLeavesEnoughForOthers) {
     raw_socket client = raw_socket::greeted(folder() + "/probe");
     raw_socket channel = client.make_channel();
-    for (uint64_t i = 1; i <= 70; ++i) {
-        call_message wanted = {kCall, kMakeObject, i, kServiceObject, 0, 0, {0, 0}};
-        channel.send(join(wanted));
-        wire_object made = {};
-        const bytes reply = channel.receive();
-        ASSERT_GE(reply.size(), sizeof(reply_message) + sizeof made);
-        memcpy(&made, reply.data() + sizeof(reply_message), sizeof made);
-        client.send(join(call_message{kOnewayCall, kBlock, 0, made.object, 1, 0, {0, 0}}));
+    for (int i = 0; i < 70; ++i) {
+        channel.send(call({0, 0}, {}, kServiceObject, kMakeObject));
+        const uint64_t made = object_of(channel.receive());
+        client.send(join(call_message{kOnewayCall, kBlock, 0, made, 1, 0, {0, 0}}));
     }
     std::vector<raw_socket> kept;
     for (int i = 0; i < 80; ++i) {
@@ -180,7 +216,7 @@ TEST_F(BinderRemoteTest, ProcessThatTakesAllItCanLeavesEnoughForOthers) {
         kept.back().send(call({0, 0}, {}, kServiceObject, kBlock));
     }
     const bytes refusal = kept.back().receive();
-    EXPECT_EQ(message_type_of(refusal.data(), refusal.size()), kRefused);
+    EXPECT_EQ(refusal, join(plain_message{kRefused, 0}));
     for (int i = 0; i < 20; ++i) {
         kept.emplace_back(folder() + "/probe");
         kept.back().send(hello());
@@ -215,6 +251,28 @@ TEST_F(BinderTest, FloodsFillNeitherTheLogNorTheProcess) {
         return log_.count_containing("does not keep to the protocol (100 times so far)") == 1;
     }));
     const child_process client(probe_service, {"--watched", "mine"});
+}
+
+// In one line, which it does not need where it has logged the last one.
+TEST_F(BinderTest, NumberOfLinesThatWereLeftOutComesOnceTheProcessHasGone) {
+    ASSERT_EQ(add("mine", new probe), android::NO_ERROR);
+    for (const int malformed : {10, 25}) {
+        const pid_t child = fork();
+        if (child == 0) {
+            raw_socket client = raw_socket::greeted(folder() + "/mine");
+            raw_socket channel = client.make_channel();
+            for (int i = 0; i < malformed; ++i) {
+                channel.send(call({8, 0}, {}));
+                channel.receive();
+            }
+            _exit(0);
+        }
+        ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    }
+    EXPECT_TRUE(eventually([&] {
+        return log_.count_containing("is refused: it is malformed (25 times in all)") == 1;
+    }));
+    EXPECT_EQ(log_.lines().size(), 5U);
 }
 
 TEST_F(BinderTest, ProcessWithoutThreadsOrDescriptorsRefusesCallsAtOnce) {

@@ -65,14 +65,6 @@ TEST_F(ServiceDeath, LeavesTheBlockWritable) {
     EXPECT_EQ(ZUAVPLAYER_PutBufEx(handle_, 1, 1, 1, 0), dead_object);
 }
 
-TEST_F(ServiceDeath, DoesNotKeepANewClientFromANewService) {
-    service().end();
-    ZUAVPLAYER_Close(handle_);
-    start_service(where::elsewhere);
-    open();
-    EXPECT_EQ(ZUAVPLAYER_SYS_Init(handle_), status_of(1));
-}
-
 size_t entries(const char* folder) {
     size_t count = 0;
     DIR* const open_folder = opendir(folder);

@@ -12,43 +12,38 @@
 
 namespace android {
 
-using corvex_binder::executor;
-using corvex_binder::guard_lock;
-
-namespace {
-
-const String16& no_descriptor() {
+const String16& IBinder::getInterfaceDescriptor() const {
     static const auto* none = new String16();
     return *none;
 }
-
-}  // namespace
 
 sp<IInterface> IBinder::queryLocalInterface(const String16& /*descriptor*/) {
     return nullptr;
 }
 
-const String16& BBinder::getInterfaceDescriptor() const {
-    return no_descriptor();
+status_t IBinder::linkToDeath(const sp<DeathRecipient>& /*recipient*/, void* /*cookie*/,
+                              uint32_t /*flags*/) {
+    return INVALID_OPERATION;
+}
+
+status_t IBinder::unlinkToDeath(const wp<DeathRecipient>& /*recipient*/, void* /*cookie*/,
+                                uint32_t /*flags*/, wp<DeathRecipient>* /*outRecipient*/) {
+    return INVALID_OPERATION;
 }
 
 // The same limit in one process as between two, so that nothing depends on where an object lives.
 status_t BBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
     Parcel unread;
     Parcel* answer = reply != nullptr ? reply : &unread;
-    if (!corvex_binder::may_travel(data)) {
-        answer->freeData();
-        answer->setError(FAILED_TRANSACTION);
-        return FAILED_TRANSACTION;
-    }
-    data.setDataPosition(0);
     status_t status = NO_ERROR;
-    if (code == PING_TRANSACTION) {
-        status = answer->writeInt32(pingBinder());
-    } else {
-        status = onTransact(code, data, answer, flags);
+    bool travels = corvex_binder::may_travel(data);
+    if (travels) {
+        data.setDataPosition(0);
+        status = code == PING_TRANSACTION ? answer->writeInt32(pingBinder())
+                                          : onTransact(code, data, answer, flags);
+        travels = status != NO_ERROR || corvex_binder::may_travel(*answer);
     }
-    if (status == NO_ERROR && !corvex_binder::may_travel(*answer)) {
+    if (!travels) {
         status = FAILED_TRANSACTION;
         answer->freeData();
         answer->setError(status);
@@ -62,29 +57,13 @@ status_t BBinder::onTransact(uint32_t /*code*/, const Parcel& /*data*/, Parcel* 
     return UNKNOWN_TRANSACTION;
 }
 
-status_t BBinder::linkToDeath(const sp<DeathRecipient>& /*recipient*/, void* /*cookie*/,
-                              uint32_t /*flags*/) {
-    return INVALID_OPERATION;
-}
-
-status_t BBinder::unlinkToDeath(const wp<DeathRecipient>& /*recipient*/, void* /*cookie*/,
-                                uint32_t /*flags*/, wp<DeathRecipient>* /*outRecipient*/) {
-    return INVALID_OPERATION;
-}
-
 BpBinder::~BpBinder() {
     from->release_proxy(this);
 }
 
-const String16& BpBinder::getInterfaceDescriptor() const {
-    return no_descriptor();
-}
-
 status_t BpBinder::transact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
-    status_t status = DEAD_OBJECT;
-    if (is_alive_) {
-        status = from->call(object, named, code, data, reply, flags);
-    }
+    const status_t status =
+        is_alive_ ? from->call(*this, code, data, reply, flags) : status_t{DEAD_OBJECT};
     if (reply != nullptr && status != NO_ERROR) {
         reply->freeData();
         reply->setError(status);
@@ -96,10 +75,8 @@ status_t BpBinder::pingBinder() {
     Parcel data;
     Parcel reply;
     const status_t status = transact(PING_TRANSACTION, data, &reply);
-    int32_t answer = NO_ERROR;
-    if (status == NO_ERROR && reply.readInt32(&answer) != NO_ERROR) {
-        return NOT_ENOUGH_DATA;
-    }
+    int32_t answer = NOT_ENOUGH_DATA;
+    reply.readInt32(&answer);
     return status == NO_ERROR ? answer : status;
 }
 
@@ -107,7 +84,7 @@ status_t BpBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cookie
     if (recipient == nullptr) {
         return BAD_VALUE;
     }
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     if (!is_alive_) {
         return DEAD_OBJECT;
     }
@@ -117,30 +94,29 @@ status_t BpBinder::linkToDeath(const sp<DeathRecipient>& recipient, void* cookie
 
 status_t BpBinder::unlinkToDeath(const wp<DeathRecipient>& recipient, void* cookie, uint32_t flags,
                                  wp<DeathRecipient>* outRecipient) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     if (!is_alive_) {
         return DEAD_OBJECT;
     }
-    auto& all = links_;
-    const auto found = std::find_if(all.begin(), all.end(), [&](const death_link& one) {
+    const auto found = std::find_if(links_.begin(), links_.end(), [&](const death_link& one) {
         const bool matches =
             recipient != nullptr ? one.recipient == recipient : one.cookie == cookie;
         return matches && one.flags == flags;
     });
-    if (found == all.end()) {
+    if (found == links_.end()) {
         return NAME_NOT_FOUND;
     }
     if (outRecipient != nullptr) {
         *outRecipient = found->recipient;
     }
-    all.erase(found);
+    links_.erase(found);
     return NO_ERROR;
 }
 
 void BpBinder::notify_death(sp<BpBinder>&& proxy) {
     std::vector<death_link> links;
     {
-        const guard_lock lock(proxy->mutex_);
+        const Mutex::Autolock lock(proxy->mutex_);
         proxy->is_alive_ = false;
         links.swap(proxy->links_);
     }
@@ -154,7 +130,7 @@ void BpBinder::notify_death(sp<BpBinder>&& proxy) {
             }
         }
     };
-    executor::get().post(queue, nullptr, corvex_binder::make_job(std::move(tell)));
+    corvex_binder::executor::get().post(queue, nullptr, std::move(tell));
 }
 
 }  // namespace android

@@ -1,12 +1,13 @@
 #include "control_socket.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "message.h"
+#include "io_loop.h"
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 namespace {
 
@@ -17,68 +18,68 @@ bool is_full(int error) {
 
 }  // namespace
 
-control_socket::result control_socket::send(const iovec* parts, size_t part_count,
-                                            const int* descriptors, size_t descriptor_count) {
-    const guard_lock lock(mutex_);
+bool control_socket::send(const outgoing_message& message) {
+    const Mutex::Autolock lock(mutex_);
     if (!is_open_) {
-        return result::ended;
+        return false;
     }
-    if (waiting_.empty()) {
-        const int error = send_message(socket_.get(), parts, part_count, descriptors,
-                                       descriptor_count, MSG_DONTWAIT);
-        if (error == 0) {
-            return result::sent;
-        }
-        if (!is_full(error)) {
-            end();
-            return result::ended;
-        }
-    }
-    waiting_message message;
-    for (size_t i = 0; i < part_count; ++i) {
-        const auto* from = static_cast<const uint8_t*>(parts[i].iov_base);
-        message.bytes.insert(message.bytes.end(), from, from + parts[i].iov_len);
-    }
-    bool has_all = true;
-    for (size_t i = 0; i < descriptor_count; ++i) {
-        message.descriptors.push_back(unique_fd::duplicate(descriptors[i]));
-        has_all = has_all && message.descriptors.back().valid();
-    }
-    waiting_bytes_ += message.bytes.size();
-    if (!has_all || waiting_bytes_ > kMaxWaitingBytes) {
+    const int error =
+        waiting_.empty() ? send_message(socket_.get(), message, MSG_DONTWAIT) : EAGAIN;
+    if (error != 0 && !(is_full(error) && keep(message))) {
         end();
-        return result::ended;
     }
-    waiting_.push_back(std::move(message));
-    return result::waits;
+    return is_open_;
+}
+
+// False where there is no room.
+bool control_socket::keep(const outgoing_message& message) {
+    waiting_message copy;
+    for (const iovec& part : message.parts) {
+        const auto* from = static_cast<const uint8_t*>(part.iov_base);
+        copy.bytes.insert(copy.bytes.end(), from, from + part.iov_len);
+    }
+    for (size_t i = 0; i < message.descriptor_count; ++i) {
+        copy.descriptors.emplace_back(fcntl(message.descriptors[i], F_DUPFD_CLOEXEC, 0));
+        if (!copy.descriptors.back().ok()) {
+            return false;
+        }
+    }
+    waiting_bytes_ += copy.bytes.size();
+    if (waiting_bytes_ > kMaxWaitingBytes) {
+        return false;
+    }
+    waiting_.push_back(std::move(copy));
+    io_loop::get()->set_events(owner_, true, true);
+    return true;
 }
 
 bool control_socket::flush() {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     while (!waiting_.empty()) {
         const waiting_message& first = waiting_.front();
-        const iovec part = {const_cast<uint8_t*>(first.bytes.data()), first.bytes.size()};
+        outgoing_message message(first.bytes.data(), first.bytes.size());
         int descriptors[kMaxDescriptors];
-        for (size_t i = 0; i < first.descriptors.size(); ++i) {
-            descriptors[i] = first.descriptors[i].get();
+        for (const unique_fd& descriptor : first.descriptors) {
+            descriptors[message.descriptor_count++] = descriptor.get();
         }
-        const int error = send_message(socket_.get(), &part, 1, descriptors,
-                                       first.descriptors.size(), MSG_DONTWAIT);
+        message.descriptors = descriptors;
+        const int error = send_message(socket_.get(), message, MSG_DONTWAIT);
         if (is_full(error)) {
             return false;
         }
         if (error != 0) {
             end();
-            return true;
+            break;
         }
         waiting_bytes_ -= first.bytes.size();
         waiting_.pop_front();
     }
+    io_loop::get()->set_events(owner_, true);
     return true;
 }
 
 bool control_socket::has_waiting() {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     return !waiting_.empty();
 }
 
@@ -90,20 +91,15 @@ void control_socket::end() {
 }
 
 void control_socket::shut_down() {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     if (is_open_) {
         end();
     }
 }
 
-bool control_socket::is_open() {
-    const guard_lock lock(mutex_);
-    return is_open_;
-}
-
-bool control_socket::other_end_goes(int timeout_ms) const {
+bool control_socket::ends_within(int timeout_ms) {
     pollfd end = {socket_.get(), POLLRDHUP, 0};
     return poll(&end, 1, timeout_ms) > 0;
 }
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

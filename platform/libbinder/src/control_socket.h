@@ -1,36 +1,35 @@
 // The socket of a connection over which all goes that nobody waits for. Messages leave in the order
-// in which they were given; those for which there is no room wait.
-//
-// Any thread. The descriptor stays the same, and open, as long as this object lives.
+// in which they were given; those for which there is no room wait. Any thread. The descriptor stays
+// the same, and open, as long as this object lives.
 #pragma once
 
 #include <cstdint>
 #include <deque>
-#include <sys/uio.h>
 #include <vector>
 
-#include "guarded.h"
-#include "unique_fd.h"
+#include <utils/Mutex.h>
 
-namespace corvex_binder {
+#include "message.h"
+
+namespace android::corvex_binder {
+
+class endpoint;
 
 class control_socket {
   public:
     // What waits at most; who does not take that does not read any more.
     static constexpr size_t kMaxWaitingBytes = size_t{8} << 20;
 
-    explicit control_socket(unique_fd&& socket) : socket_(std::move(socket)) {}
+    // While messages wait, the loop tells `owner` of room.
+    control_socket(unique_fd&& socket, const endpoint& owner)
+        : socket_(std::move(socket)), owner_(owner) {}
 
     int fd() const { return socket_.get(); }
-    enum class result { sent, waits, ended };
-    // Borrows the descriptors. `ended` also where the socket cannot take it: then it is shut down.
-    result send(const iovec* parts, size_t part_count, const int* descriptors = nullptr,
-                size_t descriptor_count = 0);
-    template <typename Message>
-    result send(const Message& message, const int* descriptors = nullptr,
-                size_t descriptor_count = 0) {
-        const iovec part = {const_cast<Message*>(&message), sizeof message};
-        return send(&part, 1, descriptors, descriptor_count);
+    // False where the connection has ended, or the socket cannot take it: then it is shut down.
+    bool send(const outgoing_message& message);
+    template <typename Fixed>
+    bool send(const Fixed& fixed) {
+        return send(outgoing_message(fixed));
     }
     // Sends what waits; true when nothing does any more.
     bool flush();
@@ -38,9 +37,8 @@ class control_socket {
 
     // Nothing is sent or received any more; who waits for the socket is woken.
     void shut_down();
-    bool is_open();
-    // Whether the other end has gone, waited for at most so long.
-    bool other_end_goes(int timeout_ms) const;
+    // Whether it has ended, or does so within this time.
+    bool ends_within(int timeout_ms);
 
   private:
     struct waiting_message {
@@ -48,13 +46,15 @@ class control_socket {
         std::vector<unique_fd> descriptors;
     };
 
-    void end() BINDER_REQUIRES(mutex_);
+    bool keep(const outgoing_message& message) REQUIRES(mutex_);
+    void end() REQUIRES(mutex_);
 
     const unique_fd socket_;
-    guard_mutex mutex_;
-    bool is_open_ BINDER_GUARDED_BY(mutex_) = true;
-    std::deque<waiting_message> waiting_ BINDER_GUARDED_BY(mutex_);
-    size_t waiting_bytes_ BINDER_GUARDED_BY(mutex_) = 0;
+    const endpoint& owner_;
+    Mutex mutex_;
+    bool is_open_ GUARDED_BY(mutex_) = true;
+    std::deque<waiting_message> waiting_ GUARDED_BY(mutex_);
+    size_t waiting_bytes_ GUARDED_BY(mutex_) = 0;
 };
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

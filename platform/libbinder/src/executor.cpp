@@ -4,20 +4,32 @@
 #include <cstring>
 #include <pthread.h>
 #include <signal.h>
+#include <utility>
 
 #include "io_loop.h"
 #include "log.h"
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 namespace {
 
 constexpr size_t kStackBytes = size_t{1} << 20;
+constexpr size_t kKeptIdle = 2;
+constexpr std::chrono::seconds kIdleTime(5);
 
 sigset_t remembered = {};
 
-constexpr size_t kKeptIdle = 2;
-constexpr std::chrono::seconds kIdleTime(5);
+struct thread_start {
+    const char* name;
+    std::function<void()> body;
+};
+
+void* run_thread(void* start) {
+    const std::unique_ptr<thread_start> mine(static_cast<thread_start*>(start));
+    pthread_setname_np(pthread_self(), mine->name);
+    mine->body();
+    return nullptr;
+}
 
 }  // namespace
 
@@ -25,7 +37,7 @@ void remember_signals() {
     pthread_sigmask(SIG_SETMASK, nullptr, &remembered);
 }
 
-int start_thread(void* (*run)(void*), void* argument, bool blocks_signals) {
+int start_thread(const char* name, bool blocks_signals, std::function<void()> body) {
     pthread_attr_t attributes;
     int error = pthread_attr_init(&attributes);
     if (error != 0) {
@@ -39,7 +51,11 @@ int start_thread(void* (*run)(void*), void* argument, bool blocks_signals) {
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, blocks_signals ? &all : &remembered, &before);
     pthread_t thread = {};
-    error = pthread_create(&thread, &attributes, run, argument);
+    auto start = std::make_unique<thread_start>(thread_start{name, std::move(body)});
+    error = pthread_create(&thread, &attributes, run_thread, start.get());
+    if (error == 0) {
+        static_cast<void>(start.release());
+    }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     pthread_attr_destroy(&attributes);
     return error;
@@ -52,17 +68,17 @@ executor& executor::get() {
 }
 
 int executor::start() {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     return threads_ > 0 ? 0 : spawn();
 }
 
-void executor::post(const void* queue, std::shared_ptr<peer> cause, std::unique_ptr<job>&& work) {
+void executor::post(const void* queue, std::shared_ptr<peer> cause, job&& work) {
     if (io_loop::is_cut_off()) {
         // There are no threads here, and its objects are the parent's.
-        static_cast<void>(work.release());
+        static_cast<void>(new job(std::move(work)));
         return;
     }
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     const auto [found, is_new] = queues_.try_emplace(queue);
     found->second.push_back({std::move(work), std::move(cause)});
     if (is_new) {
@@ -74,7 +90,7 @@ void executor::post(const void* queue, std::shared_ptr<peer> cause, std::unique_
 
 // Counted as idle from the start, so that a burst of jobs makes as many threads as it needs.
 int executor::spawn() {
-    const int error = start_thread(run_thread, this, false);
+    const int error = start_thread("binder-executor", false, [this] { work(false); });
     if (error == 0) {
         ++threads_;
         ++idle_;
@@ -86,7 +102,8 @@ void executor::spawn_if_needed() {
     if (ready_.size() <= idle_ || threads_ >= kMaxThreads) {
         return;
     }
-    if (const int error = spawn(); error != 0) {
+    const int error = spawn();
+    if (error != 0 && !std::exchange(has_failed_, true)) {
         spawn_error_ = error;
     }
 }
@@ -112,16 +129,15 @@ void executor::run_first_of(const void* queue) {
     if (running.cause != nullptr) {
         ++running.cause->running_jobs;
     }
-    const int error = has_complained_ ? 0 : spawn_error_;
-    has_complained_ = spawn_error_ != 0;
+    const int error = std::exchange(spawn_error_, 0);
     mutex_.unlock();
     if (error != 0) {
         BINDER_LOG(ERROR,
                    "no further thread for one-way calls: %s; they wait for those that there are",
                    strerror(error));
     }
-    running.work->run();
-    running.work.reset();
+    running.work();
+    running.work = nullptr;
     mutex_.lock();
     if (running.cause != nullptr) {
         --running.cause->running_jobs;
@@ -140,12 +156,6 @@ void executor::run_first_of(const void* queue) {
     }
 }
 
-void* executor::run_thread(void* self) {
-    pthread_setname_np(pthread_self(), "binder-executor");
-    static_cast<executor*>(self)->work(false);
-    return nullptr;
-}
-
 void executor::join() {
     mutex_.lock();
     ++threads_;
@@ -158,7 +168,7 @@ void executor::join() {
 
 // Runs jobs; returns when the thread is not needed any more. It has been counted as idle.
 void executor::work(bool stays) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     for (;;) {
         const void* queue = pick();
         if (queue == nullptr) {
@@ -180,4 +190,4 @@ void executor::work(bool stays) {
     }
 }
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

@@ -1,48 +1,29 @@
-// The threads that run one-way calls, death recipients and destructors: whatever may be other
-// people's code and that nobody waits for.
-//
-// Jobs of one queue run one after the other, in order; queues run at the same time. A process whose
-// jobs take long holds up only its own: few of them run at once.
+// The threads that run what may be other people's code and what nobody waits for. Jobs of one queue
+// run one after the other, in order; queues run at the same time. A process whose jobs take long
+// holds up only its own: few of them run at once.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <unordered_map>
-#include <utility>
 
-#include "guarded.h"
+#include <utils/Mutex.h>
+
 #include "peer.h"
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 // Remembers the signals that this thread blocks, for start_thread(). Before the first thread.
 void remember_signals();
 
 // Starts a thread, for which nobody waits. Those that run other people's code block the signals
 // that were remembered, the others all. 0, or an error of errno.
-int start_thread(void* (*run)(void*), void* argument, bool blocks_signals);
+int start_thread(const char* name, bool blocks_signals, std::function<void()> body);
 
-class job {
-  public:
-    virtual ~job() = default;
-    virtual void run() = 0;
-};
-
-template <typename Work>
-std::unique_ptr<job> make_job(Work&& work) {
-    class work_job : public job {
-      public:
-        explicit work_job(Work&& what) : work_(std::move(what)) {}
-        void run() override { work_(); }
-
-      private:
-        Work work_;
-    };
-    return std::make_unique<work_job>(std::forward<Work>(work));
-}
+using job = std::function<void()>;
 
 class executor {
   public:
@@ -56,12 +37,12 @@ class executor {
 
     // Runs the job some time, and destroys it there. `queue` is only a name. Any thread; does not
     // block. `cause` is the process for which it runs; null where this process wants it itself.
-    void post(const void* queue, std::shared_ptr<peer> cause, std::unique_ptr<job>&& work);
+    void post(const void* queue, std::shared_ptr<peer> cause, job&& work);
 
     // Destroys something some time: its destructor may run anything, or block.
     template <typename Object>
     void release_later(const void* queue, const std::shared_ptr<peer>& cause, Object&& object) {
-        post(queue, cause, make_job([held = std::forward<Object>(object)] {}));
+        post(queue, cause, [held = std::forward<Object>(object)] {});
     }
 
     // Makes this thread one of the executor's for good.
@@ -69,28 +50,27 @@ class executor {
 
   private:
     struct entry {
-        std::unique_ptr<job> work;
+        job work;
         std::shared_ptr<peer> cause;
     };
 
     executor() = default;
-    static void* run_thread(void* self);
     void work(bool stays);
-    int spawn() BINDER_REQUIRES(mutex_);
-    void spawn_if_needed() BINDER_REQUIRES(mutex_);
-    const void* pick() BINDER_REQUIRES(mutex_);
-    void run_first_of(const void* queue) BINDER_REQUIRES(mutex_);
+    int spawn() REQUIRES(mutex_);
+    void spawn_if_needed() REQUIRES(mutex_);
+    const void* pick() REQUIRES(mutex_);
+    void run_first_of(const void* queue) REQUIRES(mutex_);
 
-    guard_mutex mutex_;
+    Mutex mutex_;
     std::condition_variable_any changed_;
     // A queue is here as long as it has a job, running or not.
-    std::unordered_map<const void*, std::deque<entry>> queues_ BINDER_GUARDED_BY(mutex_);
+    std::unordered_map<const void*, std::deque<entry>> queues_ GUARDED_BY(mutex_);
     // Queues of which no job runs, but may.
-    std::deque<const void*> ready_ BINDER_GUARDED_BY(mutex_);
-    size_t threads_ BINDER_GUARDED_BY(mutex_) = 0;
-    size_t idle_ BINDER_GUARDED_BY(mutex_) = 0;
-    int spawn_error_ BINDER_GUARDED_BY(mutex_) = 0;
-    bool has_complained_ BINDER_GUARDED_BY(mutex_) = false;
+    std::deque<const void*> ready_ GUARDED_BY(mutex_);
+    size_t threads_ GUARDED_BY(mutex_) = 0;
+    size_t idle_ GUARDED_BY(mutex_) = 0;
+    int spawn_error_ GUARDED_BY(mutex_) = 0;  // the first, until it is logged
+    bool has_failed_ GUARDED_BY(mutex_) = false;
 };
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

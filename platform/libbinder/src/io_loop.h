@@ -1,22 +1,25 @@
-// The one thread that waits for control sockets and listeners. It never runs other people's code
-// and never blocks anywhere else, so that every connection is served whatever the calls do.
+// The one thread that waits for control sockets and listeners, and blocks nowhere else, so that
+// every connection is served whatever the calls do.
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <memory>
 
-#include "guarded.h"
+#include <android-base/unique_fd.h>
+#include <utils/Mutex.h>
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 // Something with a descriptor. Its functions are called on the loop's thread only.
 class endpoint {
   public:
     virtual ~endpoint() = default;
     virtual int fd() const = 0;
-    // `events` as of epoll.
-    virtual void on_events(uint32_t events) = 0;
+    // There is something to read, or to be accepted, or the other end has gone.
+    virtual void on_input() = 0;
+    // There is room, where set_events() has asked for that.
+    virtual void on_output() {}
     // About once a second.
     virtual void on_tick() {}
 
@@ -36,23 +39,22 @@ class io_loop {
     // Whether this thread is the loop's.
     static bool is_its_thread();
 
-    // Any thread. Keeps the endpoint until it is removed. False when there is no room for it.
-    bool add(const std::shared_ptr<endpoint>& who, uint32_t events);
-    void set_events(const endpoint& who, uint32_t events);
+    // Any thread. Keeps the endpoint until it is removed, and waits for its input. False when there
+    // is no room for it.
+    bool add(const std::shared_ptr<endpoint>& who);
+    void set_events(const endpoint& who, bool input, bool output = false);
     // No call begins afterwards; on other threads than the loop's, one may still be running.
     void remove(const endpoint& who);
 
   private:
     io_loop() = default;
-    int start();
-    static void* run_thread(void* loop);
     void run();
     void tell(uint64_t id, uint32_t events);
 
-    int epoll_ = -1;
-    guard_mutex mutex_;
-    std::map<uint64_t, std::shared_ptr<endpoint>> endpoints_ BINDER_GUARDED_BY(mutex_);
-    uint64_t last_id_ BINDER_GUARDED_BY(mutex_) = 0;
+    base::unique_fd epoll_;
+    Mutex mutex_;
+    std::map<uint64_t, std::shared_ptr<endpoint>> endpoints_ GUARDED_BY(mutex_);
+    uint64_t last_id_ GUARDED_BY(mutex_) = 0;
 };
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

@@ -1,15 +1,12 @@
 #include "log.h"
 
-#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
-#include <string>
-#include <utility>
 
 #include "executor.h"
 #include "io_loop.h"
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 namespace {
 
@@ -19,16 +16,13 @@ constexpr size_t kMaxLine = 512;
 // One queue for all lines: if taking them blocks, it blocks one thread.
 const char line_queue = 0;
 
-thread_local complaints* served = nullptr;
-
-void write_line(int priority, const char* text) {
+void write_line(int priority, const std::string& text) {
     if (!io_loop::is_its_thread()) {
-        __android_log_write(priority, kTag, text);
+        __android_log_write(priority, kTag, text.c_str());
         return;
     }
-    executor::get().post(&line_queue, nullptr, make_job([priority, line = std::string(text)] {
-        __android_log_write(priority, kTag, line.c_str());
-    }));
+    executor::get().post(&line_queue, nullptr,
+                         [priority, text] { __android_log_write(priority, kTag, text.c_str()); });
 }
 
 bool is_power_of_ten(uint64_t number) {
@@ -38,48 +32,50 @@ bool is_power_of_ten(uint64_t number) {
     return number == 1;
 }
 
-__attribute__((format(printf, 3, 0))) void complain_about(complaints* about, complaint kind,
-                                                          const char* format, va_list arguments) {
-    const uint64_t count = about != nullptr ? ++(*about)[static_cast<size_t>(kind)] : 1;
-    if (!is_power_of_ten(count)) {
-        return;
-    }
+__attribute__((format(printf, 1, 0))) std::string format_line(const char* format,
+                                                              va_list arguments) {
     char text[kMaxLine];
-    const int length = vsnprintf(text, sizeof text, format, arguments);
-    if (count > 1 && length >= 0 && static_cast<size_t>(length) < sizeof text) {
-        snprintf(text + length, sizeof text - static_cast<size_t>(length),
-                 " (%" PRIu64 " times so far)", count);
-    }
-    write_line(ANDROID_LOG_ERROR, text);
+    vsnprintf(text, sizeof text, format, arguments);
+    return text;
 }
 
 }  // namespace
 
 void log_line(int priority, const char* format, ...) {
-    char text[kMaxLine];
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    write_line(priority, text);
-}
-
-void complain(complaint kind, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    complain_about(served, kind, format, arguments);
+    write_line(priority, format_line(format, arguments));
     va_end(arguments);
 }
 
-void complain(complaints& about, complaint kind, const char* format, ...) {
+complaints::~complaints() {
+    for (const auto& [format, line] : lines_) {
+        if (!line.left_out.empty()) {
+            write_line(ANDROID_LOG_ERROR,
+                       line.left_out + " (" + std::to_string(line.times) + " times in all)");
+        }
+    }
+}
+
+bool complaints::add(const char* format, std::string* text) {
+    const Mutex::Autolock lock(mutex_);
+    line_count& line = lines_[format];
+    const bool is_told = is_power_of_ten(++line.times);
+    line.left_out = is_told ? "" : *text;
+    if (line.times > 1) {
+        *text += " (" + std::to_string(line.times) + " times so far)";
+    }
+    return is_told;
+}
+
+void complain(complaints* about, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    complain_about(&about, kind, format, arguments);
+    std::string text = format_line(format, arguments);
     va_end(arguments);
+    if (about == nullptr || about->add(format, &text)) {
+        write_line(ANDROID_LOG_ERROR, text);
+    }
 }
 
-complaints* exchange_served(complaints* about) {
-    return std::exchange(served, about);
-}
-
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

@@ -2,44 +2,48 @@
 // takes log lines may block.
 #pragma once
 
-#include <array>
-#include <atomic>
 #include <cstdint>
+#include <map>
+#include <string>
 
 #include <android/log.h>
+#include <utils/Mutex.h>
 
-#define BINDER_LOG(priority, ...) corvex_binder::log_line(ANDROID_LOG_##priority, __VA_ARGS__)
+#define BINDER_LOG(priority, ...) \
+    android::corvex_binder::log_line(ANDROID_LOG_##priority, __VA_ARGS__)
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 void log_line(int priority, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-// What another process can cause a line about.
-enum class complaint : uint8_t {
-    wrong_interface,
-    bad_heap,
-    bad_parcel,
-    parcel_refused,
-    channel_refused,
-    connection_ended,
-    connection_refused,
-    calls_refused,
-    no_answer,
-    bad_setting,
-    kCount,
+// How often lines of each format have been caused by one process. So that nobody fills the log, the
+// first is logged, then one whenever their number is a power of ten, and the last of all, with the
+// number, once the process is forgotten.
+class complaints {
+  public:
+    complaints() = default;
+    ~complaints();
+    complaints(const complaints&) = delete;
+    complaints& operator=(const complaints&) = delete;
+
+    // Counts one; whether it is to be logged, with the number added to the text.
+    bool add(const char* format, std::string* text);
+
+  private:
+    struct line_count {
+        uint64_t times = 0;
+        std::string left_out;  // the last one, where it was not logged
+    };
+
+    Mutex mutex_;
+    // By the format's address: there are as many as calls of complain().
+    std::map<const char*, line_count> lines_ GUARDED_BY(mutex_);
 };
 
-// How often each has happened with one process.
-using complaints = std::array<std::atomic<uint64_t>, static_cast<size_t>(complaint::kCount)>;
+// Logs what another process has caused, within that limit; without one where `about` is null.
+void complain(complaints* about, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-// Logs the first of a kind, then one whenever their number is a power of ten, so that nobody fills
-// the log.
-void complain(complaints& about, complaint kind, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
-// The same about the process whose call this thread serves; without a limit where it serves none.
-void complain(complaint kind, const char* format, ...) __attribute__((format(printf, 2, 3)));
+// About the process whose call this thread serves; null where it serves none.
+complaints* caller_complaints();
 
-// Says whose call this thread serves; answers what was said before.
-complaints* exchange_served(complaints* about);
-
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

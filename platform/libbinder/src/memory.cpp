@@ -10,18 +10,13 @@
 #include <binder/MemoryBase.h>
 #include <binder/MemoryHeapBase.h>
 #include <binder/Parcel.h>
+#include <utils/Mutex.h>
 
-#include "guarded.h"
 #include "log.h"
-#include "unique_fd.h"
 
 namespace android {
 
-using corvex_binder::complain;
-using corvex_binder::complaint;
-using corvex_binder::guard_lock;
-using corvex_binder::guard_mutex;
-using corvex_binder::unique_fd;
+using namespace corvex_binder;
 
 namespace {
 
@@ -30,53 +25,18 @@ constexpr uint32_t kGetMemory = IBinder::FIRST_CALL_TRANSACTION;
 // With these nobody can take away what is mapped: touching it never raises SIGBUS.
 constexpr int kNeededSeals = F_SEAL_SHRINK | F_SEAL_GROW;
 
-// Since Linux 5.1: mappings made before it stay writable, later ones cannot be.
-#ifdef F_SEAL_FUTURE_WRITE
-constexpr int kReadOnlySeal = F_SEAL_FUTURE_WRITE;
-#else
-constexpr int kReadOnlySeal = 0x0010;
-#endif
-
-void note_failure(const char* what, size_t size) {
-    BINDER_LOG(ERROR, "a heap of %zu bytes cannot be made: %s: %s", size, what, strerror(errno));
-}
-
 // Whole pages; 0 when there is no such size.
 size_t whole_pages(size_t size) {
     const auto page = static_cast<size_t>(getpagesize());
     return size <= SIZE_MAX - (page - 1) ? (size + page - 1) & ~(page - 1) : 0;
 }
 
-// A heap of another process.
-class mapped_heap : public IMemoryHeap {
-  public:
-    mapped_heap(unique_fd&& fd, size_t size, uint32_t flags)
-        : fd_(std::move(fd)),
-          base_(mmap(nullptr, size, (flags & READ_ONLY) != 0 ? PROT_READ : PROT_READ | PROT_WRITE,
-                     MAP_SHARED, fd_.get(), 0)),
-          size_(size),
-          flags_(flags) {}
+bool lies_within(uint64_t heap_size, int64_t offset, uint64_t size) {
+    return offset >= 0 && static_cast<uint64_t>(offset) <= heap_size &&
+           size <= heap_size - static_cast<uint64_t>(offset);
+}
 
-    int getHeapID() const override { return fd_.get(); }
-    void* getBase() const override { return base_; }
-    size_t getSize() const override { return size_; }
-    uint32_t getFlags() const override { return flags_; }
-
-  protected:
-    ~mapped_heap() override {
-        if (base_ != MAP_FAILED) {
-            munmap(base_, size_);
-        }
-    }
-
-  private:
-    const unique_fd fd_;
-    void* const base_;
-    const size_t size_;
-    const uint32_t flags_;
-};
-
-// Why such a heap cannot be mapped; null when it can.
+// Why a heap of another process cannot be mapped; null when it can.
 const char* find_fault(int fd, uint64_t size) {
     struct stat file = {};
     const int seals = fcntl(fd, F_GET_SEALS);
@@ -96,27 +56,20 @@ class BpMemory : public BpInterface<IMemory> {
     explicit BpMemory(const sp<IBinder>& remote) : BpInterface<IMemory>(remote) {}
 
     sp<IMemoryHeap> getMemory(ssize_t* offset, size_t* size) const override {
-        const guard_lock lock(mutex_);
-        if (heap_ == nullptr) {
+        const Mutex::Autolock lock(mutex_);
+        if (part_ == nullptr) {
             ask();
         }
-        if (offset != nullptr) {
-            *offset = offset_;
-        }
-        if (size != nullptr) {
-            *size = size_;
-        }
-        return heap_;
+        const sp<IMemory> part = part_ != nullptr ? part_ : new MemoryBase(nullptr, 0, 0);
+        return part->getMemory(offset, size);
     }
 
   private:
-    void ask() const BINDER_REQUIRES(mutex_);
-    const char* map(const Parcel& reply) const BINDER_REQUIRES(mutex_);
+    void ask() const REQUIRES(mutex_);
+    const char* map(const Parcel& reply) const REQUIRES(mutex_);
 
-    mutable guard_mutex mutex_;
-    mutable sp<IMemoryHeap> heap_ BINDER_GUARDED_BY(mutex_);
-    mutable ssize_t offset_ BINDER_GUARDED_BY(mutex_) = 0;
-    mutable size_t size_ BINDER_GUARDED_BY(mutex_) = 0;
+    mutable Mutex mutex_;
+    mutable sp<IMemory> part_ GUARDED_BY(mutex_);
 };
 
 void BpMemory::ask() const {
@@ -124,9 +77,8 @@ void BpMemory::ask() const {
     Parcel reply;
     data.writeInterfaceToken(IMemory::getInterfaceDescriptor());
     if (remote()->transact(kGetMemory, data, &reply) == NO_ERROR) {
-        const char* fault = map(reply);
-        if (fault != nullptr) {
-            complain(complaint::bad_heap, "a memory of another process is not used: %s", fault);
+        if (const char* fault = map(reply)) {
+            complain(caller_complaints(), "a memory of another process is not used: %s", fault);
         }
     }
 }
@@ -146,18 +98,14 @@ const char* BpMemory::map(const Parcel& reply) const {
     if (const char* fault = find_fault(fd, heap_size)) {
         return fault;
     }
-    if (offset < 0 || static_cast<uint64_t>(offset) > heap_size ||
-        size > heap_size - static_cast<uint64_t>(offset)) {
+    if (!lies_within(heap_size, offset, size)) {
         return "it lies outside its heap";
     }
-    const sp<IMemoryHeap> heap =
-        new mapped_heap(unique_fd::duplicate(fd), static_cast<size_t>(heap_size), flags);
+    const sp<IMemoryHeap> heap = new MemoryHeapBase(fd, static_cast<size_t>(heap_size), flags);
     if (heap->getBase() == MAP_FAILED) {
         return "it cannot be mapped";
     }
-    heap_ = heap;
-    offset_ = static_cast<ssize_t>(offset);
-    size_ = static_cast<size_t>(size);
+    part_ = new MemoryBase(heap, static_cast<ssize_t>(offset), static_cast<size_t>(size));
     return nullptr;
 }
 
@@ -169,9 +117,8 @@ void* IMemory::pointer() const {
     ssize_t offset = 0;
     size_t size = 0;
     const sp<IMemoryHeap> heap = getMemory(&offset, &size);
-    if (heap == nullptr || heap->getBase() == MAP_FAILED || offset < 0 ||
-        static_cast<size_t>(offset) > heap->getSize() ||
-        size > heap->getSize() - static_cast<size_t>(offset)) {
+    if (heap == nullptr || heap->getBase() == MAP_FAILED ||
+        !lies_within(heap->getSize(), offset, size)) {
         return nullptr;
     }
     return static_cast<uint8_t*>(heap->getBase()) + offset;
@@ -181,12 +128,6 @@ size_t IMemory::size() const {
     size_t size = 0;
     getMemory(nullptr, &size);
     return size;
-}
-
-ssize_t IMemory::offset() const {
-    ssize_t offset = 0;
-    getMemory(&offset);
-    return offset;
 }
 
 status_t BnMemory::onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) {
@@ -219,42 +160,50 @@ sp<IMemoryHeap> MemoryBase::getMemory(ssize_t* offset, size_t* size) const {
 }
 
 MemoryHeapBase::MemoryHeapBase(size_t size, uint32_t flags, const char* name) : mFlags(flags) {
-    const size_t bytes = whole_pages(size);
-    unique_fd fd(
-        memfd_create(name != nullptr ? name : "MemoryHeapBase", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    if (!fd.valid()) {
-        note_failure("memfd_create", size);
-        return;
-    }
-    if (bytes == 0 || bytes > PTRDIFF_MAX) {
-        errno = EINVAL;
-        note_failure("the size is 0 or too large", size);
-        return;
-    }
-    if (ftruncate(fd.get(), static_cast<off_t>(bytes)) != 0) {
-        note_failure("ftruncate", size);
-        return;
-    }
-    void* base = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
-    if (base == MAP_FAILED) {
-        note_failure("mmap", size);
-        return;
-    }
-    mBase = base;
-    mSize = bytes;
-    if ((flags & READ_ONLY) != 0 && fcntl(fd.get(), F_ADD_SEALS, kReadOnlySeal) != 0) {
-        BINDER_LOG(WARN, "this kernel cannot keep other processes from writing to a heap");
-    }
-    if (fcntl(fd.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) != 0) {
-        note_failure("sealing", size);
+    const char* fault = make(whole_pages(size), name != nullptr ? name : "MemoryHeapBase");
+    if (fault != nullptr) {
+        BINDER_LOG(ERROR, "a heap of %zu bytes cannot be made: %s: %s", size, fault,
+                   strerror(errno));
         dispose();
-        return;
     }
-    mFD = fd.release();
+}
+
+MemoryHeapBase::MemoryHeapBase(int fd, size_t size, uint32_t flags)
+    : mFD(fcntl(fd, F_DUPFD_CLOEXEC, 0)), mFlags(flags) {
+    map(size, (flags & READ_ONLY) != 0 ? PROT_READ : PROT_READ | PROT_WRITE);
 }
 
 MemoryHeapBase::~MemoryHeapBase() {
     dispose();
+}
+
+// What has failed, with errno set; null where nothing has.
+const char* MemoryHeapBase::make(size_t size, const char* name) {
+    mFD = memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING);
+    if (mFD < 0) {
+        return "memfd_create";
+    }
+    if (size == 0 || size > PTRDIFF_MAX) {
+        errno = EINVAL;
+        return "the size is 0 or too large";
+    }
+    if (ftruncate(mFD, static_cast<off_t>(size)) != 0) {
+        return "ftruncate";
+    }
+    if (!map(size, PROT_READ | PROT_WRITE)) {
+        return "mmap";
+    }
+    // Since Linux 5.1. The mapping that there is stays writable.
+    if ((mFlags & READ_ONLY) != 0 && fcntl(mFD, F_ADD_SEALS, F_SEAL_FUTURE_WRITE) != 0) {
+        BINDER_LOG(WARN, "this kernel cannot keep other processes from writing to a heap");
+    }
+    return fcntl(mFD, F_ADD_SEALS, kNeededSeals | F_SEAL_SEAL) == 0 ? nullptr : "sealing";
+}
+
+bool MemoryHeapBase::map(size_t size, int protection) {
+    mBase = mmap(nullptr, size, protection, MAP_SHARED, mFD, 0);
+    mSize = mBase != MAP_FAILED ? size : 0;
+    return mBase != MAP_FAILED;
 }
 
 void MemoryHeapBase::dispose() {

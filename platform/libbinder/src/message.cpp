@@ -7,7 +7,7 @@
 
 #include "parcel_object.h"
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 namespace {
 
@@ -33,7 +33,7 @@ void take_descriptors(msghdr& header, received_message* message) {
 
 }  // namespace
 
-void receive_message(int socket, uint8_t* room, size_t size, int flags, received_message* message) {
+received_message receive_message(int socket, uint8_t* room, size_t size, int flags) {
     iovec part = {room, size};
     alignas(cmsghdr) char control[kControlBytes];
     msghdr header = {};
@@ -41,25 +41,26 @@ void receive_message(int socket, uint8_t* room, size_t size, int flags, received
     header.msg_iovlen = 1;
     header.msg_control = control;
     header.msg_controllen = sizeof control;
-    message->bytes = recvmsg(socket, &header, flags | MSG_CMSG_CLOEXEC);
-    if (message->bytes < 0) {
-        return;
+    received_message message;
+    message.bytes = room;
+    const ssize_t received = recvmsg(socket, &header, flags | MSG_CMSG_CLOEXEC);
+    if (received < 0) {
+        message.error = errno;
+        return message;
     }
-    take_descriptors(header, message);
-    message->lost_descriptors = (header.msg_flags & MSG_CTRUNC) != 0;
-    if ((header.msg_flags & MSG_TRUNC) != 0) {
-        message->bytes = 0;
-    }
+    take_descriptors(header, &message);
+    message.lacks_room = (header.msg_flags & MSG_CTRUNC) != 0;
+    message.size = (header.msg_flags & MSG_TRUNC) == 0 ? static_cast<size_t>(received) : 0;
+    return message;
 }
 
-int send_message(int socket, const iovec* parts, size_t part_count, const int* descriptors,
-                 size_t descriptor_count, int flags) {
+int send_message(int socket, const outgoing_message& message, int flags) {
     msghdr header = {};
-    header.msg_iov = const_cast<iovec*>(parts);
-    header.msg_iovlen = part_count;
+    header.msg_iov = const_cast<iovec*>(message.parts);
+    header.msg_iovlen = std::size(message.parts);
     alignas(cmsghdr) char control[kControlBytes];
-    if (descriptor_count > 0) {
-        const size_t bytes = descriptor_count * sizeof(int);
+    if (message.descriptor_count > 0) {
+        const size_t bytes = message.descriptor_count * sizeof(int);
         memset(control, 0, sizeof control);
         header.msg_control = control;
         header.msg_controllen = CMSG_SPACE(bytes);
@@ -67,7 +68,7 @@ int send_message(int socket, const iovec* parts, size_t part_count, const int* d
         part->cmsg_level = SOL_SOCKET;
         part->cmsg_type = SCM_RIGHTS;
         part->cmsg_len = CMSG_LEN(bytes);
-        memcpy(CMSG_DATA(part), descriptors, bytes);
+        memcpy(CMSG_DATA(part), message.descriptors, bytes);
     }
     ssize_t sent = -1;
     do {
@@ -92,11 +93,11 @@ void make_room_for_messages(int socket) {
     setsockopt(socket, SOL_SOCKET, SO_SNDBUF, &kSendRoom, sizeof kSendRoom);
 }
 
-void set_receive_timeout(int socket, int timeout_ms) {
+void set_timeout(int socket, int which, int timeout_ms) {
     timeval timeout = {};
     timeout.tv_sec = timeout_ms / 1000;
     timeout.tv_usec = timeout_ms % 1000 * 1000L;
-    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+    setsockopt(socket, SOL_SOCKET, which, &timeout, sizeof timeout);
 }
 
 static_assert(sizeof(hello_message) == 24 && sizeof(call_message) == 40);
@@ -104,49 +105,42 @@ static_assert(sizeof(reply_message) == 24 && sizeof(oneway_done_message) == 16);
 static_assert(sizeof(release_message) == 32 && sizeof(plain_message) == 8);
 static_assert(sizeof(parcel_header) == 8 && sizeof(wire_object) == 16);
 
+uint32_t received_message::type() const {
+    uint32_t type = 0;
+    decode(&type);
+    return type;
+}
+
 wire_object wire_parcel::object(size_t index) const {
     wire_object one = {};
     memcpy(&one, table + index * sizeof one, sizeof one);
     return one;
 }
 
-uint32_t message_type_of(const uint8_t* bytes, size_t size) {
-    uint32_t type = 0;
-    decode_fixed(bytes, size, &type, sizeof type);
-    return type;
-}
-
-bool decode_fixed(const uint8_t* bytes, size_t size, void* fixed, size_t fixed_size) {
-    if (size < fixed_size) {
-        return false;
-    }
-    memcpy(fixed, bytes, fixed_size);
-    return true;
-}
-
-bool decode_parcel(const parcel_header& header, const uint8_t* bytes, size_t size,
-                   wire_parcel* parcel) {
+wire_parcel decode_parcel(const parcel_header& header, const received_message& message,
+                          size_t fixed_size) {
+    wire_parcel parcel;
     if (header.data_bytes > kMaxParcelBytes || header.objects > kMaxObjects ||
-        size != header.objects * sizeof(wire_object) + header.data_bytes) {
-        return false;
+        message.size - fixed_size != header.objects * sizeof(wire_object) + header.data_bytes) {
+        return parcel;
     }
-    parcel->table = bytes;
-    parcel->objects = header.objects;
-    parcel->data = bytes + header.objects * sizeof(wire_object);
-    parcel->data_bytes = header.data_bytes;
-    parcel->descriptors = 0;
+    parcel.table = message.bytes + fixed_size;
+    parcel.objects = header.objects;
+    parcel.data = parcel.table + header.objects * sizeof(wire_object);
+    parcel.data_bytes = header.data_bytes;
     size_t free_from = 0;
     for (size_t i = 0; i < header.objects; ++i) {
-        const wire_object object = parcel->object(i);
+        const wire_object object = parcel.object(i);
         if (object.offset < free_from || object.offset > header.data_bytes ||
             header.data_bytes - object.offset < sizeof(flat_object) ||
             object.kind < kSendersObject || object.kind > kDescriptor) {
-            return false;
+            return parcel;
         }
         free_from = object.offset + sizeof(flat_object);
-        parcel->descriptors += object.kind == kDescriptor ? 1 : 0;
+        parcel.descriptors += object.kind == kDescriptor ? 1 : 0;
     }
-    return parcel->descriptors <= kMaxDescriptors;
+    parcel.holds = parcel.descriptors <= kMaxDescriptors;
+    return parcel;
 }
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

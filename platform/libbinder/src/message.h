@@ -7,12 +7,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <sys/uio.h>
 #include <vector>
 
-#include "unique_fd.h"
+#include <android-base/unique_fd.h>
 
-namespace corvex_binder {
+namespace android::corvex_binder {
+
+using base::unique_fd;
 
 constexpr size_t kMaxParcelBytes = size_t{256} << 10;
 constexpr size_t kMaxObjects = 4096;
@@ -112,8 +115,31 @@ constexpr uint64_t message_cost(size_t bytes, size_t descriptors) {
 // The one-way calls that one side may have on their way to the other, served or not.
 constexpr uint64_t kMaxOnewayCost = uint64_t{4} << 20;
 
+struct received_message {
+    const uint8_t* bytes = nullptr;
+    // 0 at the end of the connection, for a message that is longer than the room for it, and on
+    // failure.
+    size_t size = 0;
+    int error = 0;            // of errno
+    bool lacks_room = false;  // there was none for all of its descriptors
+    // Closing one may block, where the sender wants it to: on the loop's thread they are handed on.
+    std::vector<unique_fd> descriptors;
+
+    // 0 where there is none.
+    uint32_t type() const;
+    // Copies the fixed part; false where there are fewer bytes.
+    template <typename Fixed>
+    bool decode(Fixed* fixed) const {
+        if (size >= sizeof *fixed) {
+            memcpy(fixed, bytes, sizeof *fixed);
+        }
+        return size >= sizeof *fixed;
+    }
+};
+
 // A parcel inside a message that has been received.
 struct wire_parcel {
+    bool holds = false;  // the bytes behind the message's fixed part are this parcel
     const uint8_t* data = nullptr;
     size_t data_bytes = 0;
     const uint8_t* table = nullptr;
@@ -123,38 +149,39 @@ struct wire_parcel {
     wire_object object(size_t index) const;
 };
 
-// The type of a message; 0 where there is none.
-uint32_t message_type_of(const uint8_t* bytes, size_t size);
+// Points into the message.
+wire_parcel decode_parcel(const parcel_header& header, const received_message& message,
+                          size_t fixed_size);
 
-// Copies a message's fixed part; false where there are fewer bytes.
-bool decode_fixed(const uint8_t* bytes, size_t size, void* fixed, size_t fixed_size);
+// A message that is to be sent. Borrows all of it.
+struct outgoing_message {
+    outgoing_message(const void* bytes, size_t size)
+        : parts{{const_cast<void*>(bytes), size}, {}, {}} {}
+    template <typename Fixed>
+    explicit outgoing_message(const Fixed& fixed) : outgoing_message(&fixed, sizeof fixed) {}
 
-// Whether the bytes behind the fixed part are this parcel; `parcel` then points into them.
-bool decode_parcel(const parcel_header& header, const uint8_t* bytes, size_t size,
-                   wire_parcel* parcel);
+    size_t size() const { return parts[0].iov_len + parts[1].iov_len + parts[2].iov_len; }
 
-struct received_message {
-    // At the end of the connection, and of a message that is longer than the room for it, 0; on
-    // failure negative, with errno.
-    ssize_t bytes = 0;
-    // This process had no room for all of its descriptors.
-    bool lost_descriptors = false;
-    // Closing one may block, where the sender wants it to: on the loop's thread they are handed on.
-    std::vector<unique_fd> descriptors;
+    iovec parts[3];  // the fixed part, a parcel's objects, its data
+    const int* descriptors = nullptr;
+    size_t descriptor_count = 0;
 };
 
-// `flags` as of recvmsg().
-void receive_message(int socket, uint8_t* room, size_t size, int flags, received_message* message);
+// `flags` as of recvmsg(). The message points into the room.
+received_message receive_message(int socket, uint8_t* room, size_t size, int flags);
 
-// All of the message, or nothing: 0 or an error of errno. Borrows the descriptors.
-int send_message(int socket, const iovec* parts, size_t part_count, const int* descriptors,
-                 size_t descriptor_count, int flags);
+// All of the message, or nothing: 0 or an error of errno.
+int send_message(int socket, const outgoing_message& message, int flags);
+template <typename Fixed>
+int send_message(int socket, const Fixed& fixed, int flags) {
+    return send_message(socket, outgoing_message(fixed), flags);
+}
 
 // A pair of connected sockets, or one socket, that take the largest message.
 bool make_socket_pair(unique_fd* ours, unique_fd* theirs);
 void make_room_for_messages(int socket);
 
-// How long receiving waits; 0 is for ever.
-void set_receive_timeout(int socket, int timeout_ms);
+// How long sending and connecting (SO_SNDTIMEO) or receiving (SO_RCVTIMEO) waits; 0 is for ever.
+void set_timeout(int socket, int which, int timeout_ms);
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

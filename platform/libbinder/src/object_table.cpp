@@ -2,15 +2,10 @@
 
 #include <utility>
 
-namespace corvex_binder {
-
-using android::BpBinder;
-using android::IBinder;
-using android::sp;
-using android::status_t;
+namespace android::corvex_binder {
 
 void object_table::offer_service(const sp<IBinder>& service) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     sent_[kServiceObject] = {service, 1, 0, 0};
     names_[service.get()] = kServiceObject;
 }
@@ -19,19 +14,19 @@ status_t object_table::name(const connection& ours, const sp<IBinder>& object, u
                             wire_object* named) {
     if (BpBinder* proxy = object->remoteBinder()) {
         if (proxy->from.get() != &ours) {
-            return android::INVALID_OPERATION;
+            return INVALID_OPERATION;
         }
         ++proxy->named;
         *named = {at, kReceiversObject, proxy->object};
-        return android::NO_ERROR;
+        return NO_ERROR;
     }
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     if (has_ended_) {
-        return android::DEAD_OBJECT;
+        return DEAD_OBJECT;
     }
     const auto known = names_.find(object.get());
     if (known == names_.end() && sent_.size() >= kMostObjects) {
-        return android::FAILED_TRANSACTION;
+        return FAILED_TRANSACTION;
     }
     const uint64_t number = known != names_.end() ? known->second : ++last_name_;
     names_[object.get()] = number;
@@ -39,7 +34,7 @@ status_t object_table::name(const connection& ours, const sp<IBinder>& object, u
     sent.object = object;
     ++sent.times_sent;
     *named = {at, kSendersObject, number};
-    return android::NO_ERROR;
+    return NO_ERROR;
 }
 
 // The object once nothing can name it any more, else null.
@@ -54,26 +49,25 @@ sp<IBinder> object_table::drop_if_done(sent_objects::iterator found) {
     return object;
 }
 
-sp<IBinder> object_table::take_back(const wire_object& named) {
-    const guard_lock lock(mutex_);
+void object_table::take_back(const wire_object& named) {
+    const Mutex::Autolock lock(mutex_);
     if (named.kind == kReceiversObject) {
         const auto proxy = proxies_.find(named.object);
         if (proxy != proxies_.end()) {
             // The parcel holds it.
             --proxy->second.promote()->named;
         }
-        return nullptr;
+        return;
     }
     const auto found = named.kind == kSendersObject ? sent_.find(named.object) : sent_.end();
-    if (found == sent_.end()) {
-        return nullptr;
+    if (found != sent_.end()) {
+        --found->second.times_sent;
+        drop_if_done(found);
     }
-    --found->second.times_sent;
-    return drop_if_done(found);
 }
 
 sp<IBinder> object_table::find(uint64_t object) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     const auto found = sent_.find(object);
     if (found == sent_.end()) {
         return nullptr;
@@ -95,7 +89,7 @@ sp<BpBinder> object_table::proxy_of(const std::shared_ptr<connection>& from, uin
 }
 
 sp<BpBinder> object_table::receive(const std::shared_ptr<connection>& from, uint64_t object) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     if (has_ended_ || proxies_.size() >= kMostObjects) {
         return nullptr;
     }
@@ -105,12 +99,12 @@ sp<BpBinder> object_table::receive(const std::shared_ptr<connection>& from, uint
 }
 
 sp<BpBinder> object_table::service(const std::shared_ptr<connection>& from) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     return has_ended_ ? nullptr : proxy_of(from, kServiceObject);
 }
 
 bool object_table::release(const release_message& message, sp<IBinder>* released) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     const auto found = sent_.find(message.object);
     const uint64_t kept = message.object == kServiceObject ? 1 : 0;
     if (found == sent_.end() || message.received > found->second.times_sent - kept) {
@@ -123,7 +117,7 @@ bool object_table::release(const release_message& message, sp<IBinder>* released
 }
 
 release_message object_table::forget(const BpBinder* proxy) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     // The same object may have come again, and have a new proxy.
     const auto found = proxies_.find(proxy->object);
     if (found != proxies_.end() && found->second.unsafe_get() == proxy) {
@@ -133,12 +127,12 @@ release_message object_table::forget(const BpBinder* proxy) {
 }
 
 bool object_table::has_ended() {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     return has_ended_;
 }
 
 bool object_table::end_if_empty(const std::function<bool()>& condition) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     if (has_ended_ || !sent_.empty() || !proxies_.empty() || !condition()) {
         return false;
     }
@@ -147,7 +141,7 @@ bool object_table::end_if_empty(const std::function<bool()>& condition) {
 }
 
 void object_table::end(std::vector<sp<BpBinder>>* proxies, std::vector<sp<IBinder>>* objects) {
-    const guard_lock lock(mutex_);
+    const Mutex::Autolock lock(mutex_);
     has_ended_ = true;
     for (const auto& [object, proxy] : proxies_) {
         sp<BpBinder> alive = proxy.promote();
@@ -162,4 +156,4 @@ void object_table::end(std::vector<sp<BpBinder>>* proxies, std::vector<sp<IBinde
     names_.clear();
 }
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

@@ -1,8 +1,10 @@
-// A parcel's data. Nothing here trusts what it reads.
+// A parcel's data and objects. Nothing here trusts what it reads.
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 
 #include <binder/Parcel.h>
 #include <utils/String8.h>
@@ -12,12 +14,12 @@
 
 namespace android {
 
-using corvex_binder::flat_object;
+using namespace corvex_binder;
 
 namespace {
 
 // What a parcel may hold: what a signed 32-bit count can say, in whole words. What may travel is
-// less: wire.h.
+// less: message.h.
 constexpr size_t kMaxStoredBytes = INT32_MAX & ~size_t{3};
 
 // First word of an interface token, as on a device.
@@ -87,15 +89,14 @@ status_t Parcel::setData(const uint8_t* buffer, size_t len) {
     return status;
 }
 
-// Room for len bytes at the position, which it does not move; zeros up to there. What is
-// overwritten goes, objects and descriptors too.
-void* Parcel::prepare_write(size_t len) {
+// What is overwritten goes, objects and descriptors too; up to the position there are zeros.
+void* Parcel::writeInplace(size_t len) {
     const size_t begin = mDataPos;
-    if (len > kMaxStoredBytes || begin > kMaxStoredBytes - len) {
+    if (len > kMaxStoredBytes || begin > kMaxStoredBytes - padded(len)) {
         mError = BAD_VALUE;
         return nullptr;
     }
-    const size_t end = begin + len;
+    const size_t end = begin + padded(len);
     if (end > mDataCapacity && reserve(std::min(end + end / 2, kMaxStoredBytes)) != NO_ERROR) {
         mError = NO_MEMORY;
         return nullptr;
@@ -104,22 +105,15 @@ void* Parcel::prepare_write(size_t len) {
         memset(mData + mDataSize, 0, end - mDataSize);
         mDataSize = end;
     }
+    memset(mData + begin + len, 0, end - begin - len);
     if (!mObjects.empty()) {
         const auto overlaps = [begin, end](const object_record& object) {
             return object.offset < end && object.offset + sizeof(flat_object) > begin;
         };
         mObjects.erase(std::remove_if(mObjects.begin(), mObjects.end(), overlaps), mObjects.end());
     }
+    mDataPos = end;
     return mData + begin;
-}
-
-void* Parcel::writeInplace(size_t len) {
-    void* to = prepare_write(len > kMaxStoredBytes ? len : padded(len));
-    if (to != nullptr) {
-        memset(static_cast<uint8_t*>(to) + len, 0, padded(len) - len);
-        mDataPos += padded(len);
-    }
-    return to;
 }
 
 status_t Parcel::write(const void* data, size_t len) {
@@ -168,38 +162,27 @@ status_t Parcel::read(void* outData, size_t len) const {
 
 namespace {
 
-// A counted, terminated string; null and the reason where there is none.
-const char16_t* read_utf16(const Parcel& parcel, size_t* length, status_t* status) {
+// A counted, terminated string.
+status_t read_utf16(const Parcel& parcel, const char16_t** text, size_t* length) {
     int32_t size = 0;
-    *length = 0;
-    *status = parcel.readInt32(&size);
-    if (*status != NO_ERROR) {
-        return nullptr;
+    if (parcel.readInt32(&size) != NO_ERROR) {
+        return NOT_ENOUGH_DATA;
     }
     // At an odd place no string is written.
     if (size < 0 || parcel.dataPosition() % alignof(char16_t) != 0) {
-        *status = size == -1 ? UNEXPECTED_NULL : BAD_VALUE;
-        return nullptr;
+        return size == -1 ? UNEXPECTED_NULL : BAD_VALUE;
     }
-    const auto units = static_cast<size_t>(size);
-    const auto* str =
-        units < kMaxStoredBytes / sizeof(char16_t)
-            ? static_cast<const char16_t*>(parcel.readInplace((units + 1) * sizeof(char16_t)))
-            : nullptr;
-    if (str == nullptr || str[units] != 0) {
-        *status = str == nullptr ? NOT_ENOUGH_DATA : BAD_VALUE;
-        return nullptr;
+    *length = static_cast<size_t>(size);
+    const bool fits = *length < kMaxStoredBytes / sizeof(char16_t);
+    const void* from = fits ? parcel.readInplace((*length + 1) * sizeof(char16_t)) : nullptr;
+    *text = static_cast<const char16_t*>(from);
+    if (from == nullptr) {
+        return NOT_ENOUGH_DATA;
     }
-    *length = units;
-    return str;
+    return (*text)[*length] == 0 ? NO_ERROR : BAD_VALUE;
 }
 
 }  // namespace
-
-const char16_t* Parcel::readString16Inplace(size_t* outLen) const {
-    status_t ignored = NO_ERROR;
-    return read_utf16(*this, outLen, &ignored);
-}
 
 String16 Parcel::readString16() const {
     String16 str;
@@ -208,30 +191,106 @@ String16 Parcel::readString16() const {
 }
 
 status_t Parcel::readString16(String16* pArg) const {
+    const char16_t* text = nullptr;
     size_t length = 0;
-    status_t status = NO_ERROR;
-    const char16_t* str = read_utf16(*this, &length, &status);
-    if (str == nullptr) {
-        *pArg = String16();
-        return status;
-    }
-    return pArg->setTo(str, length);
+    const status_t status = read_utf16(*this, &text, &length);
+    *pArg = String16();
+    return status == NO_ERROR ? pArg->setTo(text, length) : status;
 }
 
 bool Parcel::checkInterface(IBinder* binder) const {
     const String16& interface = binder->getInterfaceDescriptor();
     readInt32();
+    const char16_t* name = nullptr;
     size_t length = 0;
-    const char16_t* name = readString16Inplace(&length);
-    if (name == nullptr || length != interface.size() ||
+    const bool has_name = read_utf16(*this, &name, &length) == NO_ERROR;
+    if (!has_name || length != interface.size() ||
         memcmp(name, interface.string(), length * sizeof *name) != 0) {
-        corvex_binder::complain(corvex_binder::complaint::wrong_interface,
-                                "a call for '%.64s' came to '%s' and was refused",
-                                name != nullptr ? String8(name, length).string() : "",
-                                String8(interface).string());
+        complain(caller_complaints(), "a call for '%.64s' came to '%s' and was refused",
+                 has_name ? String8(name, length).string() : "", String8(interface).string());
         return false;
     }
     return true;
+}
+
+// Writes the object's place in the data and, unless it is a null object, its record.
+status_t Parcel::write_object(object_record&& object) {
+    const bool is_null = object.type == kBinderType && object.binder == nullptr;
+    flat_object flat = {};
+    flat.type = object.type;
+    object.offset = mDataPos;
+    const status_t status = write(&flat, sizeof flat);
+    if (status != NO_ERROR || is_null) {
+        return status;
+    }
+    const auto after =
+        std::find_if(mObjects.begin(), mObjects.end(),
+                     [&](const object_record& other) { return other.offset > object.offset; });
+    mObjects.insert(after, std::move(object));
+    return NO_ERROR;
+}
+
+status_t Parcel::writeStrongBinder(const sp<IBinder>& val) {
+    object_record object;
+    object.binder = val;
+    return write_object(std::move(object));
+}
+
+status_t Parcel::writeFileDescriptor(int fd, bool takeOwnership) {
+    object_record object;
+    object.type = kDescriptorType;
+    object.fd = fd;
+    object.owned.reset(takeOwnership ? fd : -1);
+    if (fd < 0) {
+        return mError = BAD_VALUE;
+    }
+    return write_object(std::move(object));
+}
+
+status_t Parcel::writeDupFileDescriptor(int fd) {
+    const int copy = fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    return copy >= 0 ? writeFileDescriptor(copy, true) : -errno;
+}
+
+// The record of the object here; null where there is none.
+const Parcel::object_record* Parcel::read_object() const {
+    static const auto* null_object = new object_record;
+    const size_t offset = mDataPos;
+    flat_object flat = {};
+    if (read(&flat, sizeof flat) != NO_ERROR) {
+        return nullptr;
+    }
+    const auto found =
+        std::lower_bound(mObjects.begin(), mObjects.end(), offset,
+                         [](const object_record& object, size_t at) { return object.offset < at; });
+    if (found != mObjects.end() && found->offset == offset) {
+        return &*found;
+    }
+    const flat_object flat_null = {kBinderType, {}};
+    if (memcmp(&flat, &flat_null, sizeof flat) == 0) {
+        return null_object;
+    }
+    mDataPos = offset;
+    return nullptr;
+}
+
+status_t Parcel::readNullableStrongBinder(sp<IBinder>* val) const {
+    const object_record* object = read_object();
+    const bool is_binder = object != nullptr && object->type == kBinderType;
+    *val = is_binder ? object->binder : nullptr;
+    return is_binder ? NO_ERROR : BAD_TYPE;
+}
+
+sp<IBinder> Parcel::readStrongBinder() const {
+    sp<IBinder> val;
+    readNullableStrongBinder(&val);
+    return val;
+}
+
+int Parcel::readFileDescriptor() const {
+    const object_record* object = read_object();
+    const bool is_descriptor = object != nullptr && object->type == kDescriptorType;
+    return is_descriptor && object->fd >= 0 ? object->fd : BAD_TYPE;
 }
 
 }  // namespace android

@@ -4,18 +4,17 @@
 #include <cerrno>
 #include <cstdlib>
 #include <map>
+#include <signal.h>
 #include <utility>
+#include <vector>
 
-#include "guarded.h"
-#include "log.h"
-
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 namespace {
 
 constexpr int kSilentPatienceMs = 100;
 
-// Processes that have gone are forgotten once there are so many.
+// Of processes without a connection: what is beyond is forgotten although they are still there.
 constexpr size_t kKeptRecords = 64;
 
 struct limit {
@@ -32,22 +31,11 @@ constexpr limit kLimits[] = {
 };
 static_assert(std::size(kLimits) == static_cast<size_t>(resource::kCount));
 
-std::array<std::atomic<uint64_t>, static_cast<size_t>(resource::kCount)> taken_by_all{};
-
-// Adds, unless that would be too much.
-bool add(std::atomic<uint64_t>& taken, uint64_t amount, uint64_t most) {
-    uint64_t now = taken.load(std::memory_order_relaxed);
-    do {
-        if (amount > most || now > most - amount) {
-            return false;
-        }
-    } while (!taken.compare_exchange_weak(now, now + amount, std::memory_order_relaxed));
-    return true;
-}
-
+// Under this lock, every record's taken_ as well.
 struct peer_records {
-    guard_mutex mutex;
-    std::map<std::pair<pid_t, uid_t>, std::shared_ptr<peer>> all BINDER_GUARDED_BY(mutex);
+    Mutex mutex;
+    std::map<std::pair<pid_t, uid_t>, std::shared_ptr<peer>> all GUARDED_BY(mutex);
+    uint64_t taken[std::size(kLimits)] GUARDED_BY(mutex) = {};
 };
 
 peer_records& records() {
@@ -67,54 +55,68 @@ int read_setting(const char* variable, long preset, long most, complaints& lines
     if (errno == 0 && *end == '\0' && value >= 0 && value <= most) {
         return static_cast<int>(value);
     }
-    complain(lines, complaint::bad_setting,
-             "%s is '%s', so %ld is used: give a whole number from 0 to %ld", variable, text,
-             preset, most);
+    complain(&lines, "%s is '%s', so %ld is used: give a whole number from 0 to %ld", variable,
+             text, preset, most);
     return static_cast<int>(preset);
 }
 
 }  // namespace
 
-std::shared_ptr<peer> peer::of(const peer_identity& identity) {
+std::shared_ptr<peer> peer::of(const ucred& identity) {
     peer_records& known = records();
-    const guard_lock lock(known.mutex);
+    const Mutex::Autolock lock(known.mutex);
     std::shared_ptr<peer>& found = known.all[{identity.pid, identity.uid}];
     if (found == nullptr) {
         found = std::make_shared<peer>(identity);
     }
-    std::shared_ptr<peer> answer = found;
-    for (auto one = known.all.begin(); one != known.all.end() && known.all.size() > kKeptRecords;) {
-        one = one->second.use_count() == 1 ? known.all.erase(one) : std::next(one);
-    }
-    return answer;
+    return found;
 }
 
-bool peer::take(resource what, uint64_t amount) {
-    const auto index = static_cast<size_t>(what);
-    if (!add(taken_[index], amount, kLimits[index].one_process)) {
-        return false;
+void peer::forget_gone() {
+    std::vector<std::shared_ptr<peer>> forgotten;  // go after the lock
+    peer_records& known = records();
+    const Mutex::Autolock lock(known.mutex);
+    for (auto one = known.all.begin(); one != known.all.end();) {
+        const pid_t pid = one->first.first;
+        const auto is_gone = [pid] { return pid > 0 && kill(pid, 0) != 0 && errno == ESRCH; };
+        if (one->second.use_count() == 1 && (known.all.size() > kKeptRecords || is_gone())) {
+            forgotten.push_back(std::move(one->second));
+            one = known.all.erase(one);
+        } else {
+            ++one;
+        }
     }
-    if (!add(taken_by_all[index], amount, kLimits[index].all)) {
-        taken_[index].fetch_sub(amount, std::memory_order_relaxed);
-        return false;
-    }
-    return true;
 }
 
-void peer::give_back(resource what, uint64_t amount) {
+share peer::take(resource what, uint64_t amount) {
+    if (amount == 0) {
+        return {share(), this};  // owns nothing, and needs no heap
+    }
     const auto index = static_cast<size_t>(what);
-    taken_[index].fetch_sub(amount, std::memory_order_relaxed);
-    taken_by_all[index].fetch_sub(amount, std::memory_order_relaxed);
+    const limit& most = kLimits[index];
+    peer_records& known = records();
+    const Mutex::Autolock lock(known.mutex);
+    if (amount > most.one_process - taken_[index] || amount > most.all - known.taken[index]) {
+        return nullptr;
+    }
+    taken_[index] += amount;
+    known.taken[index] += amount;
+    return {static_cast<void*>(this), [self = shared_from_this(), index, amount](void*) {
+                peer_records& given = records();
+                const Mutex::Autolock giving(given.mutex);
+                self->taken_[index] -= amount;
+                given.taken[index] -= amount;
+            }};
 }
 
 int call_timeout_ms() {
-    static complaints lines{};
-    return read_setting("CORVEX_BINDER_CALL_TIMEOUT_MS", 3000, 3600000, lines);
+    static auto* lines = new complaints;
+    return read_setting("CORVEX_BINDER_CALL_TIMEOUT_MS", 3000, 3600000, *lines);
 }
 
 int service_wait_ms() {
-    static complaints lines{};
-    return read_setting("CORVEX_BINDER_WAIT_MS", 500, 60000, lines);
+    static auto* lines = new complaints;
+    return read_setting("CORVEX_BINDER_WAIT_MS", 500, 60000, *lines);
 }
 
 int patience_ms(const peer& other) {
@@ -122,4 +124,4 @@ int patience_ms(const peer& other) {
     return set > 0 && other.is_silent ? std::min(set, kSilentPatienceMs) : set;
 }
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

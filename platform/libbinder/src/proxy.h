@@ -7,10 +7,9 @@
 #include <vector>
 
 #include <binder/IBinder.h>
+#include <utils/Mutex.h>
 
-#include "guarded.h"
-
-namespace corvex_binder {
+namespace android::corvex_binder {
 class connection;
 }
 
@@ -23,7 +22,6 @@ class BpBinder : public IBinder {
     BpBinder(const BpBinder&) = delete;
     BpBinder& operator=(const BpBinder&) = delete;
 
-    const String16& getInterfaceDescriptor() const override;
     bool isBinderAlive() const override { return is_alive_; }
     status_t pingBinder() override;
     status_t transact(uint32_t code, const Parcel& data, Parcel* reply,
@@ -55,8 +53,8 @@ class BpBinder : public IBinder {
     };
 
     std::atomic<bool> is_alive_{true};
-    corvex_binder::guard_mutex mutex_;
-    std::vector<death_link> links_ BINDER_GUARDED_BY(mutex_);
+    Mutex mutex_;
+    std::vector<death_link> links_ GUARDED_BY(mutex_);
 };
 
 }  // namespace android

@@ -3,40 +3,43 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include <binder/Parcel.h>
+#include <utils/Mutex.h>
 
-#include "guarded.h"
 #include "message.h"
-#include "unique_fd.h"
+#include "peer.h"
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 class connection;
 
+// Runs a call of another process on this thread.
+status_t serve_call(peer& from, IBinder& object, const call_message& call, const Parcel& data,
+                    Parcel* reply);
+
 class served_channels {
   public:
-    // Serves this channel from now on. False where no thread can be had, or the other process has
-    // enough of them; `channel` is then left alone. On the loop's thread.
-    bool serve(const std::shared_ptr<connection>& from, unique_fd& channel);
+    // Serves this channel from now on. Empty, or why not: no thread can be had, or the other
+    // process has enough of them; `channel` is then left alone. On the loop's thread.
+    std::string serve(const std::shared_ptr<connection>& from, unique_fd& channel);
 
     // Ends them all; calls that run go on, without a reply.
     void end();
 
   private:
     struct served_channel;
-    static void* run_thread(void* served);
     static void run(served_channel& served);
     static bool serve_one(served_channel& served, received_message& message);
-    static void reply(served_channel& served, uint64_t number, android::status_t status);
+    static void reply(served_channel& served, uint64_t number, status_t status);
 
-    bool add(int socket);
+    void add(int socket);
     void remove(int socket);
 
-    guard_mutex mutex_;
-    bool has_ended_ BINDER_GUARDED_BY(mutex_) = false;
-    std::vector<int> sockets_ BINDER_GUARDED_BY(mutex_);  // open as long as they are here
+    Mutex mutex_;
+    std::vector<int> sockets_ GUARDED_BY(mutex_);  // open as long as they are here
 };
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

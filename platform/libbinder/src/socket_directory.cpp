@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <utility>
@@ -16,36 +15,20 @@
 #include <utils/String8.h>
 
 #include "log.h"
+#include "message.h"
 
-namespace corvex_binder {
+namespace android::corvex_binder {
 
 namespace {
 
 constexpr size_t kMaxServiceName = 127;
 constexpr size_t kMaxFileName = 255;
 
-struct directory_path {
-    std::string path;
-    int open_flags = O_PATH | O_DIRECTORY | O_CLOEXEC;
-    bool is_chosen = false;  // by name, not by default
-};
-
-directory_path find_path() {
-    const char* chosen = getenv("CORVEX_BINDER_DIR");
-    if (chosen != nullptr && *chosen != '\0') {
-        directory_path found;
-        found.path = chosen;
-        found.is_chosen = true;
-        return found;
-    }
-    // In places that others may write to, a link can be theirs.
-    directory_path found;
-    found.open_flags |= O_NOFOLLOW;
+std::string default_directory() {
     const char* runtime = getenv("XDG_RUNTIME_DIR");
-    found.path = runtime != nullptr && *runtime == '/'
-                     ? std::string(runtime) + "/corvex-binder"
-                     : "/tmp/corvex-binder-" + std::to_string(geteuid());
-    return found;
+    return runtime != nullptr && *runtime == '/'
+               ? std::string(runtime) + "/corvex-binder"
+               : "/tmp/corvex-binder-" + std::to_string(geteuid());
 }
 
 // Why an open folder is not private; null when it is.
@@ -72,10 +55,6 @@ sockaddr_un address_below(int fd, const std::string& name) {
     return address;
 }
 
-unique_fd make_socket(int flags) {
-    return unique_fd(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
-}
-
 bool is_plain(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
            strchr("._-", c) != nullptr;
@@ -83,40 +62,43 @@ bool is_plain(char c) {
 
 }  // namespace
 
-unique_fd open_socket_directory(bool create, android::status_t* status) {
-    const directory_path folder = find_path();
-    if (create && mkdir(folder.path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
+unique_fd open_socket_directory(bool create, status_t* status) {
+    const char* chosen = getenv("CORVEX_BINDER_DIR");
+    const bool is_chosen = chosen != nullptr && *chosen != '\0';
+    const std::string path = is_chosen ? chosen : default_directory();
+    if (create && mkdir(path.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
         *status = -errno;
         BINDER_LOG(ERROR,
                    "cannot make the folder '%s' for services: %s; set CORVEX_BINDER_DIR to "
                    "a private folder of yours",
-                   folder.path.c_str(), strerror(errno));
+                   path.c_str(), strerror(errno));
         return {};
     }
-    unique_fd directory(open(folder.path.c_str(), folder.open_flags));
-    if (!directory.valid() && errno == ENOENT) {
-        *status = android::NAME_NOT_FOUND;
+    // In the default places, which others may write to, a link can be theirs.
+    unique_fd directory(
+        open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC | (is_chosen ? 0 : O_NOFOLLOW)));
+    if (!directory.ok() && errno == ENOENT) {
+        *status = NAME_NOT_FOUND;
         return {};
     }
-    const char* fault =
-        directory.valid() ? find_fault(directory.get(), folder.is_chosen) : strerror(errno);
-    *status = android::NO_ERROR;
+    const char* fault = directory.ok() ? find_fault(directory.get(), is_chosen) : strerror(errno);
+    *status = NO_ERROR;
     if (fault != nullptr) {
-        *status = android::PERMISSION_DENIED;
+        *status = PERMISSION_DENIED;
         directory.reset();
         BINDER_LOG(ERROR,
                    "the folder '%s' is not used for services: %s; give it to this user with mode "
                    "0700, or set CORVEX_BINDER_DIR to another one",
-                   folder.path.c_str(), fault);
+                   path.c_str(), fault);
     }
     return directory;
 }
 
-std::string socket_name(const android::String16& service) {
+std::string socket_name(const String16& service) {
     if (service.size() == 0 || service.size() > kMaxServiceName) {
         return {};
     }
-    const android::String8 text(service);
+    const String8 text(service);
     std::string name;
     for (size_t i = 0; i < text.bytes(); ++i) {
         const char c = text.string()[i];
@@ -132,10 +114,6 @@ std::string socket_name(const android::String16& service) {
     return name.size() <= kMaxFileName ? name : std::string();
 }
 
-bool operator==(const socket_identity& a, const socket_identity& b) {
-    return a.device == b.device && a.inode == b.inode;
-}
-
 bool identify(int directory, const std::string& name, socket_identity* identity) {
     struct stat file = {};
     if (fstatat(directory, name.c_str(), &file, AT_SYMLINK_NOFOLLOW) != 0 ||
@@ -147,16 +125,16 @@ bool identify(int directory, const std::string& name, socket_identity* identity)
 }
 
 unique_fd listen_at(int directory, const std::string& name, socket_identity* identity,
-                    android::status_t* status) {
+                    status_t* status) {
     static std::atomic<unsigned> count{0};
     // Made under a name that nobody looks for, then moved: a service is there or not, never half.
     const std::string making =
         ".making-" + std::to_string(getpid()) + "-" + std::to_string(count.fetch_add(1));
     unlinkat(directory, making.c_str(), 0);
-    unique_fd listener = make_socket(SOCK_NONBLOCK);
+    unique_fd listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const sockaddr_un address = address_below(directory, making);
     const bool made =
-        listener.valid() &&
+        listener.ok() &&
         bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
         listen(listener.get(), SOMAXCONN) == 0 && identify(directory, making, identity) &&
         renameat(directory, making.c_str(), directory, name.c_str()) == 0;
@@ -168,20 +146,17 @@ unique_fd listen_at(int directory, const std::string& name, socket_identity* ide
     return listener;
 }
 
-android::status_t connect_to(int directory, const std::string& name, int timeout_ms,
-                             unique_fd* connected, peer_identity* peer) {
+status_t connect_to(int directory, const std::string& name, int timeout_ms, unique_fd* connected,
+                    ucred* peer) {
     const unique_fd file(openat(directory, name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat kind = {};
-    if (!file.valid() || fstat(file.get(), &kind) != 0 || !S_ISSOCK(kind.st_mode)) {
-        return android::NAME_NOT_FOUND;
+    if (!file.ok() || fstat(file.get(), &kind) != 0 || !S_ISSOCK(kind.st_mode)) {
+        return NAME_NOT_FOUND;
     }
     const sockaddr_un address = address_below(file.get(), "");
-    unique_fd socket = make_socket(0);
+    unique_fd socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     // Connecting waits while the service's queue is full, as it is where that is busy, or stopped.
-    timeval patience = {};
-    patience.tv_sec = timeout_ms / 1000;
-    patience.tv_usec = timeout_ms % 1000 * 1000L;
-    setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    set_timeout(socket.get(), SO_SNDTIMEO, timeout_ms);
     int error = EINTR;
     while (error == EINTR) {
         const bool done =
@@ -189,10 +164,10 @@ android::status_t connect_to(int directory, const std::string& name, int timeout
         error = done ? 0 : errno;
     }
     if (error == ENOENT || error == ECONNREFUSED) {
-        return android::NAME_NOT_FOUND;
+        return NAME_NOT_FOUND;
     }
     if (error == EAGAIN) {
-        return android::TIMED_OUT;
+        return TIMED_OUT;
     }
     if (error != 0 || !identify_peer(socket.get(), peer)) {
         BINDER_LOG(ERROR, "the service '%s' cannot be reached: %s", name.c_str(), strerror(error));
@@ -201,24 +176,19 @@ android::status_t connect_to(int directory, const std::string& name, int timeout
     if (geteuid() != 0 && !may_connect(*peer)) {
         BINDER_LOG(ERROR, "the service '%s' is offered by user %u and is not used", name.c_str(),
                    static_cast<unsigned>(peer->uid));
-        return android::PERMISSION_DENIED;
+        return PERMISSION_DENIED;
     }
     *connected = std::move(socket);
-    return android::NO_ERROR;
+    return NO_ERROR;
 }
 
-bool identify_peer(int socket, peer_identity* peer) {
-    ucred credentials = {};
-    socklen_t size = sizeof credentials;
-    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0) {
-        return false;
-    }
-    *peer = {credentials.pid, credentials.uid};
-    return true;
+bool identify_peer(int socket, ucred* peer) {
+    socklen_t size = sizeof *peer;
+    return getsockopt(socket, SOL_SOCKET, SO_PEERCRED, peer, &size) == 0;
 }
 
-bool may_connect(const peer_identity& peer) {
+bool may_connect(const ucred& peer) {
     return peer.uid == geteuid() || peer.uid == 0;
 }
 
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder

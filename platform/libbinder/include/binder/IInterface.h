@@ -8,11 +8,9 @@
 
 #include <binder/Binder.h>
 
-#pragma GCC visibility push(default)
-
 namespace android {
 
-class IInterface : public virtual RefBase {
+class BINDER_EXPORT IInterface : public virtual RefBase {
   public:
     // The object behind an interface; null for null.
     static sp<IBinder> asBinder(const IInterface* iface) {
@@ -31,7 +29,7 @@ inline sp<INTERFACE> interface_cast(const sp<IBinder>& obj) {
 }
 
 template <typename INTERFACE>
-class BnInterface : public INTERFACE, public BBinder {
+class BINDER_EXPORT BnInterface : public INTERFACE, public BBinder {
   public:
     sp<IInterface> queryLocalInterface(const String16& _descriptor) override {
         if (_descriptor == INTERFACE::descriptor) {
@@ -44,23 +42,23 @@ class BnInterface : public INTERFACE, public BBinder {
     }
 
   protected:
-    typedef INTERFACE BaseInterface;
     IBinder* onAsBinder() override { return this; }
 };
 
 template <typename INTERFACE>
-class BpInterface : public INTERFACE, public BpRefBase {
+class BINDER_EXPORT BpInterface : public INTERFACE {
   public:
-    explicit BpInterface(const sp<IBinder>& remote) : BpRefBase(remote) {}
+    explicit BpInterface(const sp<IBinder>& remote) : mRemote(remote) {}
 
   protected:
-    typedef INTERFACE BaseInterface;
+    IBinder* remote() const { return mRemote.get(); }
     IBinder* onAsBinder() override { return remote(); }
+
+  private:
+    const sp<IBinder> mRemote;
 };
 
 }  // namespace android
-
-#pragma GCC visibility pop
 
 #define DECLARE_META_INTERFACE(INTERFACE)                                                         \
     static const ::android::String16& descriptor;                                                 \

@@ -11,11 +11,9 @@
 
 #include <binder/IInterface.h>
 
-#pragma GCC visibility push(default)
-
 namespace android {
 
-class IMemoryHeap : public virtual RefBase {
+class BINDER_EXPORT IMemoryHeap : public virtual RefBase {
   public:
     // Of getFlags().
     enum { READ_ONLY = 0x00000001 };
@@ -28,7 +26,7 @@ class IMemoryHeap : public virtual RefBase {
     virtual uint32_t getFlags() const = 0;
 };
 
-class IMemory : public IInterface {
+class BINDER_EXPORT IMemory : public IInterface {
   public:
     DECLARE_META_INTERFACE(Memory)
 
@@ -38,15 +36,12 @@ class IMemory : public IInterface {
     // Null when there is no memory, or the heap does not hold all of this part.
     void* pointer() const;
     size_t size() const;
-    ssize_t offset() const;
 };
 
-class BnMemory : public BnInterface<IMemory> {
+class BINDER_EXPORT BnMemory : public BnInterface<IMemory> {
   public:
     status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply,
                         uint32_t flags = 0) override;
 };
 
 }  // namespace android
-
-#pragma GCC visibility pop

@@ -3,22 +3,18 @@
 
 #include <sys/types.h>
 
-#pragma GCC visibility push(default)
-
-namespace corvex_binder {
-class calling_identity;
-}
+#include <binder/IBinder.h>
 
 namespace android {
 
-class IPCThreadState {
+class BINDER_EXPORT IPCThreadState {
   public:
-    // Never null; valid on its own thread, while that lives.
+    // Never null.
     static IPCThreadState* self();
 
     // Who made the call that this thread is serving; this process itself when it serves none.
-    pid_t getCallingPid() const { return mCallingPid; }
-    uid_t getCallingUid() const { return mCallingUid; }
+    pid_t getCallingPid() const;
+    uid_t getCallingUid() const;
 
     // Gives this thread to the library, for one-way calls and notices; does not return.
     void joinThreadPool();
@@ -27,13 +23,7 @@ class IPCThreadState {
     IPCThreadState& operator=(const IPCThreadState&) = delete;
 
   private:
-    friend class corvex_binder::calling_identity;
-    IPCThreadState();
-
-    pid_t mCallingPid;
-    uid_t mCallingUid;
+    IPCThreadState() = default;
 };
 
 }  // namespace android
-
-#pragma GCC visibility pop

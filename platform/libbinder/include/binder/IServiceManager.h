@@ -3,11 +3,9 @@
 
 #include <binder/IInterface.h>
 
-#pragma GCC visibility push(default)
-
 namespace android {
 
-class IServiceManager : public virtual RefBase {
+class BINDER_EXPORT IServiceManager : public virtual RefBase {
   public:
     // The service, or null when it has not come within CORVEX_BINDER_WAIT_MS. One that is there and
     // slow to answer is waited for as a call is; where it does not answer, a log line says so.
@@ -21,8 +19,6 @@ class IServiceManager : public virtual RefBase {
 };
 
 // Never null.
-sp<IServiceManager> defaultServiceManager();
+BINDER_EXPORT sp<IServiceManager> defaultServiceManager();
 
 }  // namespace android
-
-#pragma GCC visibility pop

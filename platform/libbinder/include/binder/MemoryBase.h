@@ -3,11 +3,9 @@
 
 #include <binder/IMemory.h>
 
-#pragma GCC visibility push(default)
-
 namespace android {
 
-class MemoryBase : public BnMemory {
+class BINDER_EXPORT MemoryBase : public BnMemory {
   public:
     MemoryBase(const sp<IMemoryHeap>& heap, ssize_t offset, size_t size)
         : mSize(size), mOffset(offset), mHeap(heap) {}
@@ -20,5 +18,3 @@ class MemoryBase : public BnMemory {
 };
 
 }  // namespace android
-
-#pragma GCC visibility pop

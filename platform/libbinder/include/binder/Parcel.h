@@ -19,16 +19,14 @@
 #include <utils/RefBase.h>
 #include <utils/String16.h>
 
-#pragma GCC visibility push(default)
-
-namespace corvex_binder {
+namespace android::corvex_binder {
 struct parcel_access;
 struct parcel_object;
-}  // namespace corvex_binder
+}  // namespace android::corvex_binder
 
 namespace android {
 
-class Parcel {
+class BINDER_EXPORT Parcel {
   public:
     Parcel();
     ~Parcel();
@@ -83,13 +81,11 @@ class Parcel {
     uint64_t readUint64() const { return read_or_zero<uint64_t>(); }
     status_t readUint64(uint64_t* pArg) const { return read(pArg, sizeof *pArg); }
     bool readBool() const { return readInt32() != 0; }
-    const char16_t* readString16Inplace(size_t* outLen) const;
     String16 readString16() const;
     status_t readString16(String16* pArg) const;
 
     sp<IBinder> readStrongBinder() const;
-    // UNEXPECTED_NULL when it is null, BAD_TYPE when there is no object.
-    status_t readStrongBinder(sp<IBinder>* val) const;
+    // BAD_TYPE when there is no object.
     status_t readNullableStrongBinder(sp<IBinder>* val) const;
     // The parcel's own descriptor, or a negative status.
     int readFileDescriptor() const;
@@ -108,9 +104,8 @@ class Parcel {
         return val;
     }
     status_t reserve(size_t capacity);
-    void* prepare_write(size_t len);
     status_t write_object(object_record&& object);
-    const object_record* read_object(uint32_t* type) const;
+    const object_record* read_object() const;
 
     alignas(8) uint8_t mInline[kInlineBytes];
     uint8_t* mData = mInline;
@@ -123,5 +118,3 @@ class Parcel {
 };
 
 }  // namespace android
-
-#pragma GCC visibility pop

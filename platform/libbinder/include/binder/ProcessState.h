@@ -3,11 +3,9 @@
 
 #include <binder/IBinder.h>
 
-#pragma GCC visibility push(default)
-
 namespace android {
 
-class ProcessState : public virtual RefBase {
+class BINDER_EXPORT ProcessState : public virtual RefBase {
   public:
     // Never null.
     static sp<ProcessState> self();
@@ -19,10 +17,7 @@ class ProcessState : public virtual RefBase {
     ProcessState& operator=(const ProcessState&) = delete;
 
   private:
-    ProcessState();
-    ~ProcessState() override;
+    ProcessState() = default;
 };
 
 }  // namespace android
-
-#pragma GCC visibility pop

@@ -1,3 +1,0 @@
-#include "tests/platform/binder_fixture.h"
-
-const char* const probe_service = BINDER_PROBE_SERVICE;
