@@ -79,6 +79,9 @@ bool try_take(fair_lock& lock) {
     return !is_wanted(lock) && take(lock);
 }
 
+// The analysis does not see what taking and giving back are made of.
+
+HAL_THREAD_ANNOTATION(no_thread_safety_analysis)
 void take_lock(fair_lock& lock) {
     if (!try_take(lock)) {
         take_in_turn(lock, nullptr);
@@ -95,6 +98,7 @@ bool take_within(fair_lock& lock, uint64_t longest_us) {
     return take_in_turn(lock, &until);
 }
 
+HAL_THREAD_ANNOTATION(no_thread_safety_analysis)
 void give_back(fair_lock& lock) {
     __atomic_store_n(&lock.is_taken, false, __ATOMIC_SEQ_CST);
     if (is_wanted(lock)) {
