@@ -17,8 +17,8 @@ void fold_frames(const int16_t* samples, uint32_t card_channels, char* mono, siz
     }
 }
 
-// Frames of two channels in one piece: constant counts are what it takes for compilers to make vector
-// code of this at -O2.
+// Frames of two channels in one piece: constant counts are what it takes for compilers to make
+// vector code of this at -O2.
 constexpr size_t piece_frames = 32;
 
 void fold_stereo_piece(const int16_t* samples, char* mono) {

@@ -1,8 +1,9 @@
 #include "xruns.h"
 
 #include <alsa/asoundlib.h>
-#include <android/log.h>
 #include <atomic>
+
+#include <android/log.h>
 
 #include "pcm_handle.h"
 

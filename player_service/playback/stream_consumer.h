@@ -46,8 +46,8 @@ struct playback_status {
 class stream_consumer {
   public:
     virtual ~stream_consumer() = default;
-    // Takes one chunk, waiting for its sound to go to the output. All but status(): one thread; they
-    // return early when the gate says that the stream is being dropped.
+    // Takes one chunk, waiting for its sound to go to the output. All but status(): one thread;
+    // they return early when the gate says that the stream is being dropped.
     virtual void consume(const stream_chunk& chunk, playback_gate& gate) = 0;
     // How long the consumer waits for the next chunk before it wants starve() to be called. None:
     // for as long as it takes.

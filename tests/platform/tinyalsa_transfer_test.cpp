@@ -3,10 +3,9 @@
 #include <cerrno>
 #include <climits>
 
+#include "tests/support/log_recorder.h"
 #include "tinyalsa_env.h"
 #include "tinyalsa_fake_alsa.h"
-
-#include "tests/support/log_recorder.h"
 
 namespace {
 

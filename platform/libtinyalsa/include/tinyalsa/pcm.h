@@ -132,10 +132,10 @@ unsigned int pcm_frames_to_bytes(const struct pcm* pcm, unsigned int frame_count
 unsigned int pcm_bytes_to_frames(const struct pcm* pcm, unsigned int byte_count);
 
 /*
- * Underruns (PCM_OUT) or overruns (PCM_IN) of all streams of this process since it started: how often
- * a card went on past what it was given, or over what was not read yet, also where a huge
- * stop_threshold hides it. Each stream logs its count, once a second at most. Silence at the pace of
- * WAV files is none. Any thread. No other tinyalsa has this.
+ * Underruns (PCM_OUT) or overruns (PCM_IN) of all streams of this process since it started: how
+ * often a card went on past what it was given, or over what was not read yet, also where a huge
+ * stop_threshold hides it. Each stream logs its count, once a second at most. Silence at the pace
+ * of WAV files is none. Any thread. No other tinyalsa has this.
  */
 unsigned long pcm_xruns(unsigned int flags);
 
