@@ -72,7 +72,10 @@ player_service::player_service(const service_request& request) {
             throw;
         }
     } else if (!player_service_answers()) {
-        throw tool_error("no player service runs; start one, or leave '--service running' out");
+        throw tool_error(
+            "no player service answers: none runs, or it is stopped or busy (-v tells which); "
+            "start "
+            "one, or leave '--service running' out");
     }
     serve_callbacks();
 }

@@ -25,7 +25,7 @@ struct service_request {
 
 class player_service {
   public:
-    // Throws tool_error when none runs, there is no program, or it does not get ready.
+    // Throws tool_error when none answers, there is no program, or it does not get ready.
     explicit player_service(const service_request& request);
     ~player_service();
     player_service(const player_service&) = delete;

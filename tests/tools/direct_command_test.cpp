@@ -4,6 +4,9 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <numeric>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include "tests/support/scratch_dir.h"
 #include "tests/tools/audio_samples.h"
@@ -307,8 +310,25 @@ TEST_F(direct_command, AServiceThatFailsIsNamed) {
         EXPECT_TRUE(has(result.err, row.says)) << result.err;
         EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
     }
-    expect_error(run_with_fake({}, {"sync", "--service", "running"}), 1, "no player service runs");
     expect_error(run_with_fake({}, {"sync", "--service", "./absent"}), 1, "absent");
+}
+
+// Nobody accepts at the second one's socket.
+TEST_F(direct_command, ServiceThatIsAbsentAndOneThatIsBusyAreToldApart) {
+    const words running = {"-v", "sync", "--service", "running"};
+    expect_error(run_with_fake({}, running), 1, "no player service answers: none runs, or");
+    fs::create_directory("services");
+    fs::permissions("services", fs::perms::owner_all);
+    const int busy = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+    const sockaddr_un here = {AF_UNIX, "services/zuavplayer"};
+    ASSERT_EQ(bind(busy, reinterpret_cast<const sockaddr*>(&here), sizeof here), 0);
+    ASSERT_EQ(listen(busy, 8), 0);
+    const finished result =
+        run_with_fake({"CORVEX_BINDER_DIR=services", "CORVEX_BINDER_CALL_TIMEOUT_MS=50"}, running);
+    close(busy);
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_TRUE(has(result.err, "the service 'zuavplayer' is there and does not answer; "));
+    EXPECT_TRUE(has(result.err, "no player service answers: none runs, or it is stopped or busy"));
 }
 
 TEST_F(direct_command, ASignalEndsInOrder) {
