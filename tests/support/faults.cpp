@@ -85,8 +85,8 @@ int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mu
     __real_clock_gettime(CLOCK_REALTIME, &from);
     const int result = __real_pthread_cond_timedwait(condition, mutex, until);
     if (result == ETIMEDOUT) {
-        plan.clock_us += (until->tv_sec - from.tv_sec) * 1'000'000 +
-                         (until->tv_nsec - from.tv_nsec + 999) / 1000;
+        plan.clock_us += static_cast<uint64_t>((until->tv_sec - from.tv_sec) * 1'000'000 +
+                                               (until->tv_nsec - from.tv_nsec + 999) / 1000);
     }
     return result;
 }

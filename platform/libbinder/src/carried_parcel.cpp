@@ -63,10 +63,6 @@ outgoing_parcel::~outgoing_parcel() {
     }
 }
 
-parcel_header outgoing_parcel::header() const {
-    return {static_cast<uint32_t>(parcel_.dataSize()), static_cast<uint32_t>(table_.size())};
-}
-
 outgoing_message outgoing_parcel::behind(outgoing_message fixed) const {
     fixed.parts[1] = {const_cast<wire_object*>(table_.data()), table_.size() * sizeof(wire_object)};
     fixed.parts[2] = {const_cast<uint8_t*>(parcel_.data()), parcel_.dataSize()};

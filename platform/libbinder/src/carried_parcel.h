@@ -26,7 +26,9 @@ class outgoing_parcel {
 
     // Why it cannot be sent, with a line in the log; 0 when it can.
     status_t status() const { return status_; }
-    parcel_header header() const;
+    parcel_header header() const {
+        return {static_cast<uint32_t>(parcel_.dataSize()), static_cast<uint32_t>(table_.size())};
+    }
     // This message, with the parcel.
     outgoing_message behind(outgoing_message fixed) const;
 

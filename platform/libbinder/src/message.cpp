@@ -105,18 +105,6 @@ static_assert(sizeof(reply_message) == 24 && sizeof(oneway_done_message) == 16);
 static_assert(sizeof(release_message) == 32 && sizeof(plain_message) == 8);
 static_assert(sizeof(parcel_header) == 8 && sizeof(wire_object) == 16);
 
-uint32_t received_message::type() const {
-    uint32_t type = 0;
-    decode(&type);
-    return type;
-}
-
-wire_object wire_parcel::object(size_t index) const {
-    wire_object one = {};
-    memcpy(&one, table + index * sizeof one, sizeof one);
-    return one;
-}
-
 wire_parcel decode_parcel(const parcel_header& header, const received_message& message,
                           size_t fixed_size) {
     wire_parcel parcel;

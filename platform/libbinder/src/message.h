@@ -125,8 +125,6 @@ struct received_message {
     // Closing one may block, where the sender wants it to: on the loop's thread they are handed on.
     std::vector<unique_fd> descriptors;
 
-    // 0 where there is none.
-    uint32_t type() const;
     // Copies the fixed part; false where there are fewer bytes.
     template <typename Fixed>
     bool decode(Fixed* fixed) const {
@@ -134,6 +132,12 @@ struct received_message {
             memcpy(fixed, bytes, sizeof *fixed);
         }
         return size >= sizeof *fixed;
+    }
+    // 0 where there is none.
+    uint32_t type() const {
+        uint32_t type = 0;
+        decode(&type);
+        return type;
     }
 };
 
@@ -146,7 +150,11 @@ struct wire_parcel {
     size_t objects = 0;
     size_t descriptors = 0;
 
-    wire_object object(size_t index) const;
+    wire_object object(size_t index) const {
+        wire_object one = {};
+        memcpy(&one, table + index * sizeof one, sizeof one);
+        return one;
+    }
 };
 
 // Points into the message.
