@@ -12,15 +12,33 @@ try() {
   echo "+ status $status"
 }
 
+# wait_until COMMAND...: until it succeeds. Ends the case when it has not after ten seconds. It looks
+# seldom, because starting programs is what takes an emulated guest longest.
+wait_until() {
+  local i
+  for ((i = 0; i < 200; ++i)); do
+    "$@" && return
+    sleep 0.05
+  done
+  echo "vm: in vain: wait_until $*"
+  exit 1
+}
+
 # running PCM: waits until that direction of a device is ("pcm0p", "pcm1c").
 running() {
-  local i
-  for ((i = 0; i < 1000; ++i)); do
-    grep -qs RUNNING "/proc/asound/card0/$1/sub0/status" && return
-    sleep 0.01
-  done
-  echo "vm: $1 does not run"
+  wait_until grep -qs RUNNING "/proc/asound/card0/$1/sub0/status"
+}
+
+# closed PCM: ends the case unless nobody has that direction of a device open.
+closed() {
+  grep -qs closed "/proc/asound/card0/$1/sub0/status" && return
+  echo "vm: $1 is still open"
   exit 1
+}
+
+# await FILE: waits until a step of vm_hal_steps has made it.
+await() {
+  wait_until test -e "$1"
 }
 
 # hear [CHANNELS]: records what device 0 plays, into heard.raw, until heard.

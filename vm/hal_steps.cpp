@@ -1,7 +1,7 @@
 // usage: vm_hal_steps STEP...
 //
-// Drives one output and one input stream of the module, 48000 Hz stereo, by steps that corvex-hal has
-// no command for:
+// Drives one output and one input stream of the module, 48000 Hz stereo, by steps that corvex-hal
+// has no command for:
 //
 //   write FILE           all its samples, 16 bits, without a header
 //   read MS FILE         so many milliseconds, added to the file
@@ -10,8 +10,8 @@
 //   tell FILE            makes the file, and prints its name
 //   await FILE           waits until the file is there
 //
-// A stream is opened by its first step. Exit status: 0; 1 with a line when the module refuses; 2 for a
-// step that it does not know.
+// A stream is opened by its first step. Exit status: 0; 1 with a line when the module refuses; 2
+// for a step that it does not know.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -144,9 +144,7 @@ int main(int argc, char** argv) {
     streams module;
     for (int i = 1; i < argc; ++i) {
         const std::string step = argv[i];
-        const auto argument = [&]() -> const char* {
-            return i + 1 < argc ? argv[++i] : "";
-        };
+        const auto argument = [&]() -> const char* { return i + 1 < argc ? argv[++i] : ""; };
         if (step == "write") {
             write_samples(module.out(), argument());
         } else if (step == "read") {

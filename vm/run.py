@@ -142,9 +142,13 @@ def find_fault(case):
 
 
 def report(case, fault):
+    """One line, and a second one that says why and where its files are, or else the guest's messages."""
     print(f"{'FAILED' if fault else 'ok':<7}{case.name:<18}{case.what}", flush=True)
     if fault:
-        print(f"       {fault}; see build/vm/run/results/{case.name}/", flush=True)
+        files = RUN / "results" / case.name
+        if not files.exists():
+            files = RUN / "console.log"
+        print(f"       {fault}; see {files.relative_to(ROOT)}", flush=True)
     return not fault
 
 
@@ -152,7 +156,7 @@ def run(chosen):
     """How many cases did not hold."""
     failed = 0
     left = list(chosen)
-    why = "the guest ended before it; see console.log and qemu.log in build/vm/run/"
+    why = "the guest ended here"
     accelerator = choose_accelerator()
     print(f"dev: vm: {len(chosen)} cases, {'with KVM' if accelerator is KVM else 'emulated'}", flush=True)
     (RUN / "order").write_text("".join(f"{case.name}\n" for case in chosen))
@@ -167,12 +171,13 @@ def run(chosen):
             elif ended:
                 break
             elif time.monotonic() - latest > HANG_S:
-                why = f"the guest gave no result for {HANG_S} s and was killed; see build/vm/run/console.log"
+                why = f"the guest hung here: no result for {HANG_S} s, so it was killed"
                 break
             else:
                 time.sleep(POLL_S)
     for case in left:
-        print(f"{'FAILED':<7}{case.name:<18}{case.what}\n       not run: {why}")
+        report(case, why)
+        why = "not run"
     return failed + len(left)
 
 
