@@ -10,6 +10,7 @@ packages_build=("${packages_compile[@]}" "${packages_libraries[@]}")
 packages_demo=(alsa-utils libasound2-data ffmpeg)
 packages_clang=(clang libclang-rt-14-dev)
 packages_bench=(strace)
+packages_vm=(qemu-system-x86 busybox-static cpio python3)
 packages_lint=(git clang clang-format clang-tidy shellcheck python3 g++-arm-linux-gnueabihf)
 
 # How long another apt is waited for.
