@@ -6,7 +6,8 @@
 
 namespace {
 
-constexpr size_t block_frames = 2048;
+// Few enough that a slow processor converts them while a card plays its buffer.
+constexpr size_t block_frames = 256;
 
 }  // namespace
 
