@@ -17,7 +17,7 @@
 #include "tests/support/scratch_dir.h"
 
 // The program of a process that offers probes: binder_probe_service.cpp.
-constexpr const char* probe_service = BINDER_PROBE_SERVICE;
+extern const char* const probe_service;
 
 // Waits for something that cannot be waited for otherwise.
 template <typename Predicate>

@@ -8,7 +8,8 @@
 using android::IBinder;
 using android::Parcel;
 using android::sp;
-using android::String16;
+
+const char* const probe_service = BINDER_PROBE_SERVICE;
 
 TEST_F(BinderRemoteTest, StatusArrivesAndTheReplyHoldsNothingElse) {
     for (const android::status_t status :
